@@ -1,0 +1,69 @@
+#include "io/files.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "io/errors.h"
+
+namespace tn {
+
+bool file_exists(std::string_view name) {
+    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+    if (name.empty()) return false;
+    struct stat st {};
+    return ::stat(std::string(name).c_str(), &st) == 0;
+}
+
+std::string program_folder(std::string_view argv0) {
+    const std::size_t slash = argv0.rfind('/');
+    if (slash != std::string_view::npos) return std::string(argv0.substr(0, slash));
+    char buf[PATH_MAX + 1];
+    const ssize_t n = ::readlink("/proc/self/exe", buf, PATH_MAX);
+    if (n <= 0) return {};
+    const std::string exe(buf, static_cast<std::size_t>(n));
+    const std::size_t s = exe.rfind('/');
+    return s == std::string::npos ? std::string() : exe.substr(0, s);
+}
+
+void OutFile::open(const std::string& path) {
+    close();
+    name_ = path;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+        throw file_error(path, 0, "cannot create the result file: a folder of that name exists");
+    }
+    f_ = std::fopen(path.c_str(), "wb");
+    if (!f_) throw file_error(path, 0, std::string("cannot create the result file: ") + std::strerror(errno));
+}
+
+void OutFile::write_failure() const {
+    throw file_error(name_, 0, std::string("cannot write the result file: ") + std::strerror(errno));
+}
+
+void OutFile::line(std::string_view text) {
+    if (!f_) write_failure();
+    if (std::fwrite(text.data(), 1, text.size(), f_) != text.size() || std::fputc('\n', f_) == EOF) write_failure();
+}
+
+void OutFile::write(std::string_view bytes) {
+    if (!f_) write_failure();
+    if (std::fwrite(bytes.data(), 1, bytes.size(), f_) != bytes.size()) write_failure();
+}
+
+void OutFile::flush() {
+    if (f_ && std::fflush(f_) != 0) write_failure();
+}
+
+void OutFile::close() {
+    if (!f_) return;
+    std::FILE* f = f_;
+    f_ = nullptr;
+    if (std::fclose(f) != 0) {
+        throw file_error(name_, 0, std::string("cannot write the result file: ") + std::strerror(errno));
+    }
+}
+
+}  // namespace tn
