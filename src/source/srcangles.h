@@ -18,7 +18,8 @@ namespace tn {
 //              below the source and, deliberately, also straight above it.
 // The degree-to-radian factor is the float 0.0174532924 widened (0.01745329238474369), so Heading
 // 0 is not exactly along +y: a receiver straight ahead then gets a Polar of about 1.5e-8 radians
-// rather than 0. Source and receiver at one point give a NaN Polar and Azimuth.
+// rather than 0, and an Azimuth of -90 + Bank (the azimuth is degenerate at the pole anyway).
+// Source and receiver at one point give a NaN Polar and Azimuth.
 void SRCANGLES(const float src[3], const float rcv[3], float hs, float hr, float Heading, float Climb,
                float Bank, float& Rslant, float& Polar, float& Azimuth, float& Elevation);
 
