@@ -60,6 +60,16 @@ TEST(Hummolar, SaturationAgainstSteamTables) {
     }
 }
 
+// The deliberate exponent (1 - T/273.16) in place of ANSI S1.26's (1 - 273.16/T), worked by hand at
+// 313.15 K (r = 1.146398): 10^(-0.698251) = 0.200331 against 10^(0.609083) = 4.065209, so the
+// common logarithm of the result moves by 0.00042873 * (0.200331 - 4.065209) = -0.0016570 and the
+// result by the factor 10^-0.0016570 = 0.996192. The textbook ANSI S1.26 saturation pressure at
+// 313.15 K, evaluated separately in double precision, is 7.377141 kPa.
+TEST(Hummolar, DeliberateExponentLowersTheResult) {
+    const double ansi = 100.0 * 7.377141 / 101.325;
+    EXPECT_NEAR(tn::HUMMOLAR(100.0f, kPressure, 313.15f) / ansi, 0.996192, 5e-6);
+}
+
 TEST(Atmabs, NoHumidityLeavesZeros) {
     const float freq[3] = {50.0f, 1000.0f, 10000.0f};
     for (float rh : {0.0f, -5.0f}) {
