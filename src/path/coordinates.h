@@ -2,10 +2,10 @@
 // UTM and back, all on the WGS 84 ellipsoid (a = 6378137 m, 1/f = 298.257223563), and the plain
 // arithmetic between UTM and a user's local grid.
 //
-// The map projections are PROJ's: its `utm` (exact transverse Mercator after Poder and Engsager,
-// sub-millimetre within a zone and several degrees beyond) and `aea` (Snyder, Map Projections, a
-// Working Manual, eqs. 14-1 to 14-21, exact inverse by iteration). Against GeographicLib's
-// GeoConvert and ConicProj they agree to better than 1 mm (tests/path/coordinates_test.cpp).
+// The map projections are PROJ's: its `utm` (the extended transverse Mercator of Poder and
+// Engsager) and `aea` (the ellipsoidal Albers of Snyder, Map Projections: A Working Manual, 1987,
+// inverse by iteration). Against GeographicLib's GeoConvert and ConicProj they agree within
+// 0.05 mm, up to 3.5 degrees from a zone's central meridian (tests/path/coordinates_test.cpp).
 //
 // UTM zones. Zone N (1 .. 60) has its central meridian at 6 N - 183 degrees, scale 0.9996 and false
 // easting 500 000 m. A positive zone is the northern hemisphere (false northing 0, so a point south
