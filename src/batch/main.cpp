@@ -1,1 +1,12 @@
-int main() { return 0; }
+// tracknoise: noise of a moving source at receivers, from a run script.
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "batch/program.h"
+
+int main(int argc, char** argv) {
+    std::ios::sync_with_stdio(false);
+    std::vector<std::string> args(argv, argv + argc);
+    return tn::run_program(args, std::cout, std::cerr);
+}

@@ -1,0 +1,150 @@
+#include "batch/program.h"
+
+#include <cstdlib>
+#include <thread>
+
+#include "batch/runs.h"
+#include "batch/setup.h"
+#include "io/errors.h"
+#include "io/fixed_fields.h"
+#include "io/list_input.h"
+
+#ifndef TN_VERSION
+#define TN_VERSION "0.1.0"
+#endif
+
+namespace tn {
+
+namespace {
+
+const char* const kUsage =
+    "Usage: tracknoise [--threads N] SCRIPT\n"
+    "Computes the noise of a moving source at receivers, as the run script SCRIPT says.\n"
+    "  --threads N   receivers computed at once (default: the number of cores; 1 runs in order)\n"
+    "  --help        this text\n"
+    "  --version     the program's version\n";
+
+int default_threads() {
+    const unsigned n = std::thread::hardware_concurrency();
+    return n > 0 ? static_cast<int>(n) : 1;
+}
+
+}  // namespace
+
+void READMAX(const Name255& Path, float& Maxdist) {
+    Maxdist = 18288.0f;
+    if (!file_exists(Path.padded())) return;   // nothing to read: the default stands
+    TextFile f(Path.str());
+    for (;;) {
+        FixedText<3> key;
+        if (list_read(f, key) != IoStatus::Ok) return;
+        if (key == "Max") break;
+        if (f.skip(1) != IoStatus::Ok) return;   // the value line of another key
+    }
+    float value = Maxdist;
+    if (list_read(f, value) == IoStatus::Ok) Maxdist = value;
+}
+
+void command_loop(Session& s) {
+    std::string_view rec;
+    while (s.script.next_record(rec) == IoStatus::Ok) {
+        const FixedText<4> Cmd(field(rec, 1, 4));
+        const long line = s.script.record_number();
+        if (Cmd == "open" || Cmd == "Open") {
+            if (s.case_open) {
+                throw file_error(s.script.name(), line,
+                                 "a run script holds one case: a second \"open\" (the first stands at line " +
+                                     std::to_string(s.open_line) + "); run each case with a script of its own");
+            }
+            s.Ctlfile = s.script.record_or_fail("the control file's name on the line after \"open\"");
+            s.console.line("Opening control file " + std::string(s.Ctlfile.padded()));
+            s.case_open = true;
+            s.open_line = line;
+            CASESETUP(s);
+            continue;
+        }
+        if (Cmd == "grid" || Cmd == "Grid" || Cmd == "site") {
+            if (!s.case_open) {
+                throw file_error(s.script.name(), line,
+                                 "\"" + std::string(Cmd.trimmed()) + "\" before any \"open\": no case is set up to run");
+            }
+            if (Cmd == "site") site_run(s);
+            else grid_run(s);
+            continue;
+        }
+        if (Cmd == "stop" || Cmd == "end") break;
+        // any other line is a comment
+    }
+}
+
+int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    // Options first; what remains is argument 0, the script, and arguments that are ignored.
+    std::vector<std::string> rest;
+    int threads = default_threads();
+    for (std::size_t k = 0; k < args.size(); ++k) {
+        const std::string& a = args[k];
+        if (k > 0 && a == "--help") {
+            out << kUsage;
+            return 0;
+        }
+        if (k > 0 && a == "--version") {
+            out << "tracknoise " << TN_VERSION << '\n';
+            return 0;
+        }
+        if (k > 0 && (a == "--threads" || a.rfind("--threads=", 0) == 0)) {
+            std::string v;
+            if (a == "--threads") {
+                if (k + 1 >= args.size()) {
+                    err << "tracknoise: --threads needs a number\n" << kUsage;
+                    return 2;
+                }
+                v = args[++k];
+            } else {
+                v = a.substr(10);
+            }
+            char* end = nullptr;
+            const long n = std::strtol(v.c_str(), &end, 10);
+            if (v.empty() || *end != '\0' || n < 1 || n > 1024) {
+                err << "tracknoise: --threads needs a whole number from 1 to 1024, found '" << v << "'\n";
+                return 2;
+            }
+            threads = static_cast<int>(n);
+            continue;
+        }
+        rest.push_back(a);
+    }
+
+    Session s(out);
+    s.threads = threads;
+    const std::string argv0 = rest.empty() ? std::string() : rest[0];
+    try {
+        // The program's path on the progress console, as a list-style write.
+        s.console.progress(" " + argv0);
+        // The program's folder: before the last '/' of argument 0; blank when that stands in column
+        // 1; the running executable's folder when argument 0 names no folder (found through PATH).
+        const std::size_t slash = argv0.rfind('/');
+        if (slash == std::string::npos) s.Exedir = program_folder(argv0);
+        else if (slash == 0) s.Exedir = "";
+        else s.Exedir = argv0.substr(0, slash);
+        s.Dirfile = std::string(s.Exedir.trimmed()) + "/rnd/directories.ini";
+
+        if (rest.size() < 2) throw RunError("no run script given\n" + std::string(kUsage), "Error!!!  No Script File Detected");
+        s.Scriptfile = rest[1];
+        s.script.open(rest[1]);
+        command_loop(s);
+        s.console.end_progress();
+        s.unit1.close();
+        return 0;
+    } catch (const RunError& e) {
+        s.console.end_progress();
+        if (!e.console().empty()) out << e.console() << '\n';
+        out.flush();
+        err << "tracknoise: " << e.what() << '\n';
+        if (!s.run_output.empty()) {
+            err << "tracknoise: the result file " << s.run_output << " is incomplete\n";
+        }
+        return e.exit_code();
+    }
+}
+
+}  // namespace tn

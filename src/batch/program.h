@@ -1,0 +1,31 @@
+// Start of the program, the command loop of the run script, and the directories file.
+//
+// Run script: fixed-column commands read in columns 1 to 4, case-sensitive: "open"/"Open" (one line
+// with the control file), "grid"/"Grid" and "site" (lines of their own, read by the runs),
+// "stop" and "end" (with a blank in column 4). Any other line is skipped, so that it serves as a
+// comment; columns 5 onward of a command line are ignored.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "batch/session.h"
+
+namespace tn {
+
+// Runs the program with its arguments (argument 0 is the program's path). Console output goes to
+// `out`, diagnostics to `err`. Returns the exit code: 0 for a normal end, non-zero for any stop
+// with a failure.
+int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+
+// Reads the value of the key "Max" from the directories file: pairs of lines, a key (its first
+// three characters count) and its value. The first "Max" pair wins; without one, or with a value
+// that cannot be read, or without the file, Maxdist is 18288.0 metres (60,000 feet).
+void READMAX(const Name255& Path, float& Maxdist);
+
+// The command loop over the open script.
+void command_loop(Session& s);
+
+}  // namespace tn

@@ -1,0 +1,40 @@
+// Grid and site runs: the receivers, the output file and its header, and the case runner.
+//
+// grid block (lines after the command): output base name (columns 1-255); receiver columns that
+// span the grid (5-8); first and last column to compute (5-8, 9-12); receiver rows that span the
+// grid (5-8); first and last row (5-8, 9-12); the output option (6-9): "no" writes a ".tig"
+// time-history file, "yes" a ".dbf" table; then the time offset: hours (6-9), minutes (6-9) and
+// seconds (6-11, three decimals implied when no point is written).
+// site block: output base name; the output option ("no": ".tis", "yes": ".dbf"); the time offset.
+#pragma once
+
+#include <vector>
+
+#include "batch/session.h"
+
+namespace tn {
+
+// Height of a grid receiver in range, metres, and the mark of one out of range (passed over).
+inline constexpr float kGridReceiverHeight = 1.219215f;
+inline constexpr float kOutOfRange = -1.0e34f;
+
+// True when no trajectory point lies within Maxdist of (x, y) in the plane; a distance that is not a
+// number does not count as within.
+bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y);
+
+// Fills the lattice block of receivers: position (i, j) of Iicount by Jjcount spans the terrain grid
+// from its first node to its last; names "iiiijjjj"; height 1.219215 in range, -1.0e34 beyond.
+// Returns the receiver count, (Jjlast - Jjfirst + 1) * (Iilast - Iifirst + 1).
+long GRIDRECV(int Iicount, int Jjcount, int Iifirst, int Iilast, int Jjfirst, int Jjlast, const GRIDHEAD& Terrhead,
+              int Utmzone, std::vector<SITEREC>& Recv, const TRAJPOINT* Traj, int Npts, float Maxdist,
+              int Nclass, const Name255& Classfile, AmbientRaster& ambient);
+
+// The runs of the script commands `grid`/`Grid` and `site`; each reads its block from the script.
+void grid_run(Session& s);
+void site_run(Session& s);
+
+// Reads the time offset from the script, then computes every receiver above ground in order and
+// writes its results.
+void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv);
+
+}  // namespace tn

@@ -1,0 +1,48 @@
+// The command level of a run: the program's own buffers, the run script, the case and the result
+// files, as one record owned by the program and passed by reference.
+#pragma once
+
+#include <memory>
+#include <ostream>
+
+#include "batch/case_state.h"
+#include "io/console.h"
+#include "io/files.h"
+#include "io/fixed_text.h"
+#include "io/text_file.h"
+#include "path/dispatch.h"
+#include "path/nord_library.h"
+#include "results/dbf.h"
+
+namespace tn {
+
+struct Session {
+    explicit Session(std::ostream& out) : console(out) {}
+
+    Console console;            // plain and progress console, both on standard output
+
+    Name255 Exedir;             // the program's folder, no trailing separator
+    Name255 Dirfile;            // Exedir + "/rnd/directories.ini"
+    Name255 Scriptfile;
+    Name255 Ctlfile{"none"};    // the current control file
+    Name255 Runbase;            // base name of the latest run
+    Name255 Runout;             // Runbase + the output extension
+
+    TextFile script;            // the run script, open for the whole run
+    int threads = 1;            // receivers computed at once
+
+    bool case_open = false;     // an `open` has set up the case
+    long open_line = 0;         // script line of that `open`
+    CaseState cs;
+    Kept kept;
+    bool Reload = true;         // the source tables must be read again
+    const HEMIREC* current_hemi = nullptr;   // the hemisphere loaded last
+    std::unique_ptr<NordLibrary> nord;       // the library of the weather path, when in force
+    PathModel model;
+
+    OutFile unit1;              // the result file of a run; a ".tis" stays open until the next
+    std::string run_output;     // the result file a run is writing, while it writes; for messages
+    DbfFiles dbf;               // a table and its memo companion, during a run
+};
+
+}  // namespace tn

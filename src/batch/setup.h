@@ -1,0 +1,35 @@
+// Case set-up: the control file and the case it names, built in a fixed order.
+//
+// Control file, one name per line in columns 1 to 255: 1 terrain, 2 ground, 3 receivers,
+// 4 trajectory, 5 weather, 6 Nord2000 parameters, 7 noise source (lines 1 to 7 required); 8 one real
+// number (read, used by nothing); 9 a name copied to the result headers; 10 the ambient class
+// definition (lines 8 to 10 may be missing from the end). An entry whose file does not exist is
+// off ("-" and "none" are the customary words) for lines 2, 3, 4, 5, 6 and 10.
+//
+// Order: control file; ambient classes; source and band layout; terrain; ground; receivers and
+// their ambient classes; trajectory; weather and the model switch; absorption; distance limit;
+// A-weights; Nord2000 parameters.
+#pragma once
+
+#include "batch/session.h"
+
+namespace tn {
+
+// Builds the case from s.Ctlfile. Returns only on success; any failure is a RunError.
+void CASESETUP(Session& s);
+
+// The steps of the set-up, in their order (each works on the session's case).
+void read_control_file(Session& s);
+void setup_ambient(Session& s);
+void setup_source(Session& s);
+void setup_terrain(Session& s);
+void setup_ground(Session& s);
+void setup_sites(Session& s);
+void setup_trajectory(Session& s);
+void setup_weather(Session& s);
+void setup_nord_parameters(Session& s);
+
+// Band position of the first frequency in the band table (1 when it is none of them).
+int band_offset(int Nband, const float* Freq);
+
+}  // namespace tn

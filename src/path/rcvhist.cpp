@@ -1,0 +1,185 @@
+#include "path/rcvhist.h"
+
+#include <climits>
+#include <cmath>
+
+#include "io/clock.h"
+#include "path/profile.h"
+#include "results/dbf.h"
+#include "results/detect.h"
+#include "results/timehist.h"
+#include "source/srcangles.h"
+
+namespace tn {
+
+namespace {
+
+// Float to integer towards zero as the machine converts: out of range or not a number gives the
+// most negative integer.
+int machine_int(float v) {
+    if (!(v > -2147483648.0f && v < 2147483648.0f)) return INT_MIN;
+    return static_cast<int>(v);
+}
+
+// Nearest integer, halves away from zero, with the same conversion.
+int machine_nint(float v) {
+    if (!(v > -2147483648.0f && v < 2147483648.0f)) return INT_MIN;
+    return static_cast<int>(std::lround(v));
+}
+
+// Larger of two values; a not-a-number first argument gives the second.
+float larger(float a, float b) { return a > b ? a : b; }
+
+// The float values nearest to -99.9 and +99.9: the marks of a point beyond the distance limit.
+constexpr float kBeyondLevel = -99.9f;
+constexpr float kBeyondGround = 99.9f;
+
+}  // namespace
+
+int tenths(float level) {
+    const int v = machine_int(level * 10.0f);
+    return v < -999 ? -999 : v;
+}
+
+void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, const Name255& Outname,
+             RcvShared& shared, RcvWork& work, RcvOutput& out) {
+    const int Nband = cs.Nband;
+    work.size_for(Nband);
+    float* Srcspec = work.Srcspec.data();
+    float* Levtot = work.Levtot.data();
+    float* Gterm = work.Gterm.data();
+    float* Levfree = work.Levfree.data();
+
+    int Outrow[34];
+    int Ambrow[34];
+    for (int c = 0; c < 34; ++c) Outrow[c] = Ambrow[c] = -999;
+    const int cls = site.Ambclass;
+    Ambrow[1] = machine_int(cs.AMBLEVEL[cls - 1] * 10.0f);
+    for (int k = 1; k <= 24; ++k) Ambrow[8 + k] = machine_int(cs.AMBSPEC[(cls - 1) * 24 + (k - 1)] * 10.0f);
+
+    float wrcv[3] = {site.x, site.y, site.z};
+    // Speed of sound from degrees Fahrenheit, metres per second.
+    const float Cspeed = std::sqrt(cs.Tfahr + 459.0f) * 49.1f / 3.2808f;
+    const CivilDate date = today();
+
+    const bool silent = Outname[0] == '-';
+    const bool table = Outname.contains(".dbf");
+    const bool lines = Outname.contains(".tig") || Outname.contains(".tis");
+    out.section.clear();
+    out.records.clear();
+    if (!silent && !table) append_section_header(out.section, site, cs.Npts, cs.Utmzone, *cs.ref, date, Ambrow);
+
+    int Bandoff = 1;
+    if (Nband > 0) {
+        for (int p = 1; p <= 32; ++p) {
+            if (BANDTAB[p - 1] == cs.Freq[0]) {
+                Bandoff = p;
+                break;
+            }
+        }
+    }
+
+    const bool Ptsrc = cs.Npts > 0 && cs.Traj[0].Ptsrc;
+    float Rref = 0.0f;
+    float Rslant = 0.0f;
+    int PathClass = 0, NHard = 0;
+
+    for (int n = 1; n <= cs.Npts; ++n) {
+        const TRAJPOINT& pt = cs.Traj[n - 1];
+        const float hR = TERRZ(cs.terrain, site.x, site.y, *shared.kept_height);
+        const float hS = TERRZ(cs.terrain, pt.x, pt.y, *shared.kept_height);
+        float wsrc[3] = {pt.x, pt.y, larger(pt.z - hS, cs.Minagl)};
+
+        // Range test on the geometric distance from the raw altitude.
+        const float dx = pt.x - site.x;
+        const float dy = pt.y - site.y;
+        const float dz = pt.z - (site.z + hR);
+        const float d = std::sqrt(dx * dx + dy * dy + dz * dz);
+
+        float flat_ground, aw_ground;
+        if (d < cs.Maxdist) {
+            // Source selection.
+            if (Ptsrc) *shared.Srcfile = pt.Srcname;
+            const Name255& Srcfile = *shared.Srcfile;
+            if (Srcfile.contains(".nc") || Srcfile.contains(".NC")) {
+                if (Ptsrc) *shared.current_hemi = &shared.hemispheres->load(Srcfile);
+                const HEMIREC& hemi = **shared.current_hemi;
+                float polar = 0.0f, azimuth = 0.0f, elevation = 0.0f;
+                SRCANGLES(wsrc, wrcv, hS, hR, pt.Heading, pt.Climb, pt.Bank, Rslant, polar, azimuth, elevation);
+                const float polar_deg = polar * 180.0f / 3.1415927f;
+                INTERPONEHEMI(azimuth, polar_deg, Srcspec, Nband, hemi);
+                Rref = hemi.Hrefdist;
+            } else {
+                // A ".hem" name never gets here: the set-up refuses such sources.
+                if (!(pt.Srcname == "none")) {
+                    if (!(pt.Srcname == Srcfile)) *shared.Reload = true;
+                    *shared.Srcfile = pt.Srcname;
+                }
+                SRCTABLE(wsrc, wrcv, hS, hR, pt.Heading, pt.Bank, pt.Speed, pt.Climb, pt.Power, *shared.Srcfile,
+                         Nband, *shared.Reload, Srcspec, Rref, Rslant, *shared.srctable);
+                *shared.Reload = false;
+            }
+
+            for (int i = 0; i < Nband; ++i) Gterm[i] = 0.0f;
+            PATHEFFECT(kProfileSamples, wsrc, wrcv, kProfileSamples, pt.z, site.z, Nband, cs.Freq, Gterm, PathClass,
+                       NHard, cs.Minagl, cs.terrain, cs.ground, *shared.kept_height, cs.model, work.path);
+
+            const float S = 20.0f * std::log10(Rref / Rslant);
+            float E1 = 0.0f, E2 = 0.0f, E3 = 0.0f, E4 = 0.0f;
+            for (int i = 0; i < Nband; ++i) {
+                Levfree[i] = (Srcspec[i] - cs.Absdb[i] * Rslant) + S;
+                Levtot[i] = Levfree[i] + Gterm[i];
+                E1 += std::pow(10.0f, (Levtot[i] + cs.Wgt[i]) * 0.1f);
+                E2 += std::pow(10.0f, Levtot[i] * 0.1f);
+                E3 += std::pow(10.0f, (Levfree[i] + cs.Wgt[i]) * 0.1f);
+                E4 += std::pow(10.0f, Levfree[i] * 0.1f);
+            }
+            // The free-field pair (E3, E4) is formed all the same and goes nowhere.
+            aw_ground = 10.0f * std::log10(E1);
+            flat_ground = 10.0f * std::log10(E2);
+        } else {
+            for (int i = 0; i < Nband; ++i) {
+                Levtot[i] = kBeyondLevel;
+                Levfree[i] = kBeyondLevel;
+                Gterm[i] = kBeyondGround;
+            }
+            aw_ground = kBeyondLevel;
+            flat_ground = kBeyondLevel;
+            Rslant = d;
+        }
+
+        const float t = pt.Time + Rslant / Cspeed + Tstart;
+        if (silent) continue;
+
+        Outrow[0] = tenths(flat_ground);
+        Outrow[1] = tenths(aw_ground);
+        for (int i = 1; i <= Nband; ++i) Outrow[i + Bandoff] = tenths(Levtot[i - 1]);
+
+        // Detectability over the site's ambient, from the truncated tenths.
+        float signal[24], ambient[24];
+        for (int k = 1; k <= 24; ++k) {
+            signal[k - 1] = static_cast<float>(Outrow[8 + k]) / 10.0f;
+            ambient[k - 1] = static_cast<float>(Ambrow[8 + k]) / 10.0f;
+        }
+        int Kbest = 0;
+        float Dbest = 0.0f, Dtotal = 0.0f;
+        DETECT(signal, ambient, Kbest, Dbest, Dtotal);
+        int M = machine_nint(10.0f * std::log10(Dtotal));
+        if (M >= 9999) M = 9999;
+        if (M <= -999) M = -999;
+
+        if (table) {
+            append_dbf_record(out.records, Siteidx, site.Name, t, Outrow);
+        } else if (lines) {
+            append_data_line(out.section, n, t, Outrow, M);
+        }
+    }
+
+    // Only time-history names get their lines and the end line; any other name, the header alone.
+    if (!silent && !table && lines) {
+        out.section += kEndOfSection;
+        out.section += '\n';
+    }
+}
+
+}  // namespace tn
