@@ -1,0 +1,138 @@
+// Terrain rasters: node positions and heights against GDAL's reading of the same raster, the byte
+// order word, the header's name, and the failures of broken pairs.
+#include "environment/raster.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "environment/gdal_tools.h"
+#include "io/errors.h"
+
+using namespace tn;
+using namespace tntest;
+
+namespace {
+
+// Our seven lines in our order; GDAL's own EHdr header has another layout (BYTEORDER, LAYOUT,
+// NROWS, NCOLS, ..., ULXMAP, ULYMAP, XDIM, YDIM, NODATA).
+std::string hdr_text(int nx, int ny, double x, double y, double cell, const char* order) {
+    char buf[512];
+    std::snprintf(buf, sizeof buf, "ncols %d\nnrows %d\nxllcorner %.17g\nyllcorner %.17g\ncellsize %.17g\n"
+                  "NODATA_value -9999\nbyteorder %s\n", nx, ny, x, y, cell, order);
+    return buf;
+}
+
+struct Terrain {
+    Name255 siteerr = "unset";
+    int zone = -7;
+    GRIDHEAD head;
+    FloatGrid elev, elev2, xnode, ynode;
+    std::size_t nodata = 99;
+    void read(const std::string& name) { READFLT(Name255(name), siteerr, zone, head, elev, elev2, xnode, ynode, nodata); }
+};
+
+}  // namespace
+
+// 4 by 3 cells of 0.05 degrees from 11.9 E, 52.4 N, made by gdal_translate from an ASCII grid. The
+// corner lies in UTM zone 32, the two eastern columns in zone 33: every node must stay in zone 32.
+// Reference positions: gdaltransform of the node's cell corner to EPSG:32632; reference heights:
+// gdallocationinfo of the node's cell. Tolerance: float_cm. Measured: every node equals GDAL's
+// position rounded to a float (before rounding, within 5e-7 m).
+TEST(Readflt, NodesAndHeightsWhereGdalPutsThem) {
+    TN_REQUIRE_GDAL_TOOL("gdal_translate");
+    TN_REQUIRE_GDAL_TOOL("gdaltransform");
+    TN_REQUIRE_GDAL_TOOL("gdallocationinfo");
+    ScratchDir d;
+    const std::string flt = d / "t.flt";
+    write_text(d / "t.asc", "ncols 4\nnrows 3\nxllcorner 11.9\nyllcorner 52.4\ncellsize 0.05\nNODATA_value -9999\n"
+                            "1 2 3 4\n5 6 -9999 8\n9 10 11 12.5\n");
+    bool ok = false;
+    run("gdal_translate -q -of EHdr -ot Float32 -a_srs EPSG:4326 '" + (d / "t.asc") + "' '" + flt + "'", &ok);
+    ASSERT_TRUE(ok);
+    const GeoTransform g = gdal_geotransform(flt);
+    ASSERT_EQ(g.nx * g.ny, 12);
+    std::string cells;   // the cell whose lower left corner is the node
+    for (int j = 1; j <= g.ny; ++j)
+        for (int i = 1; i <= g.nx; ++i) cells += std::to_string(i - 1) + " " + std::to_string(g.ny - j) + "\n";
+    const auto utm = gdal_lines("gdaltransform '" + flt + "' -t_srs EPSG:32632", node_corners(g.nx, g.ny), d);
+    const auto val = gdal_lines("gdallocationinfo -valonly '" + flt + "'", cells, d);
+    ASSERT_EQ(utm.size(), 12u);
+    ASSERT_EQ(val.size(), 12u);
+
+    write_text(d / "t.hdr", hdr_text(g.nx, g.ny, g.ox, g.oy + g.ny * g.py, g.px, "LSBFIRST"));
+    Terrain t;
+    t.read(flt);
+    EXPECT_EQ(t.zone, 32);
+    EXPECT_EQ(t.siteerr, "none");
+    for (int j = 1, k = 0; j <= g.ny; ++j) {
+        for (int i = 1; i <= g.nx; ++i, ++k) {
+            EXPECT_NEAR(t.xnode(i, j), utm[k][0], float_cm(utm[k][0])) << i << "," << j;
+            EXPECT_NEAR(t.ynode(i, j), utm[k][1], float_cm(utm[k][1])) << i << "," << j;
+            EXPECT_EQ(t.elev(i, j), static_cast<float>(val[k][0])) << i << "," << j;
+        }
+    }
+    EXPECT_EQ(t.head.X0, t.xnode(1, 1));
+    EXPECT_EQ(t.head.Y0, t.ynode(1, 1));
+    EXPECT_NEAR(t.head.DX, std::fabs(utm[5][0] - utm[0][0]), 0.01);   // node (2, 2) against (1, 1)
+    EXPECT_NEAR(t.head.DY, std::fabs(utm[5][1] - utm[0][1]), 0.01);
+    EXPECT_EQ(t.elev2(1, 1), 1.0f);      // the file's rows as they stand, northern row first
+    EXPECT_EQ(t.elev(3, 2), -9999.0f);   // no-data stays a height, and is counted
+    EXPECT_EQ(t.nodata, 1u);
+    EXPECT_EQ(nodata_warning(Name255(flt), 0), "");
+    EXPECT_NE(nodata_warning(Name255(flt), t.nodata).find("1 cell of " + flt + " holds the no-data value"), std::string::npos);
+
+    const GeoTransform back = gdal_geotransform(flt);   // GDAL reads our header as the same grid
+    EXPECT_NEAR(back.ox, g.ox, 1e-12);
+    EXPECT_NEAR(back.oy, g.oy, 1e-12);
+    EXPECT_NEAR(back.px, g.px, 1e-15);
+}
+
+// Big-endian floats on file; only the three capitals "MSB" at the start of the word select them.
+TEST(Readflt, ByteOrderWord) {
+    ScratchDir d;
+    const std::vector<float> h = {1.5f, -2.25f, 1000.0f, -9999.0f};
+    write_floats(d / "t.flt", h, true);
+    const struct { const char* word; bool big; } kCases[] = {
+        {"MSBFIRST", true}, {"MSB", true}, {"MSBx", true}, {"msbfirst", false}, {"LSBFIRST", false}, {"M", false},
+    };
+    for (const auto& c : kCases) {
+        write_text(d / "t.hdr", hdr_text(2, 2, 10.0, 50.0, 0.001, c.word));
+        Terrain t;
+        t.read(d / "t.flt");
+        for (std::size_t k = 0; k < h.size(); ++k) {
+            const std::uint32_t bits = std::bit_cast<std::uint32_t>(h[k]);
+            EXPECT_EQ(std::bit_cast<std::uint32_t>(t.elev2.v[k]), c.big ? bits : byteswap32(bits)) << c.word;
+        }
+    }
+}
+
+TEST(SiblingName, ByPositionNotByExtension) {
+    const struct { const char* name; const char* hdr; } kCases[] = {
+        {"terrain.flt", "terrain.hdr"}, {"a.flt   ", "a.hdr"}, {"d.v2/t.flt", "d.v2/t.hdr"},
+        {"x.FLTZ", "x.Fhdr"},           {"flt", "hdr"},         {"ab", "hdr"},
+    };
+    for (const auto& c : kCases) EXPECT_EQ(sibling_name(c.name, "hdr"), c.hdr) << c.name;
+}
+
+TEST(Readflt, BrokenPairsStopWithTheFileAndPlace) {
+    ScratchDir d;
+    const std::string flt = d / "t.flt", hdr = d / "t.hdr";
+    const struct { std::string header; const char* expect; } kCases[] = {
+        {"", "t.hdr: cannot open"},
+        {"ncols 2\nnrows 2\nxllcorner abc\n", "t.hdr:3: item 2: expected"},
+        {"ncols 2\nnrows 2\nx 10\ny 50\ncell 0.1\nnodata -9999\n", "t.hdr:6: item 1: end of file"},
+        {hdr_text(-2, 2, 10, 50, 0.1, "LSB"), "t.hdr:1: expected a positive number of columns, found -2"},
+        {hdr_text(2, 2, 10, 50, 0.1, "LSB"), "t.flt: byte 12: unexpected end of file, expected 2 by 2 floats"},
+        {hdr_text(100000, 100000, 10, 50, 0.1, "LSB"), "expected 100000 by 100000 floats (40000000000 bytes)"},
+        {hdr_text(1, 1, 10, 50, 0.1, "LSB"), "t.flt: cannot open"},
+    };
+    for (const auto& c : kCases) {
+        std::filesystem::remove(hdr);
+        if (!c.header.empty()) write_text(hdr, c.header);
+        if (&c == &kCases[6]) std::filesystem::remove(flt);
+        else write_floats(flt, {1, 2, 3}, false);
+        std::string msg = "no failure";
+        try { Terrain().read(flt); } catch (const RunError& e) { msg = e.what(); }
+        EXPECT_NE(msg.find(c.expect), std::string::npos) << msg;
+    }
+}
