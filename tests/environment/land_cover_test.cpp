@@ -1,0 +1,130 @@
+// Land cover to ground values: node positions against GDAL's reading of an Albers raster, the class
+// table's rules, and the failures of broken inputs.
+#include "environment/land_cover.h"
+
+#include <cstdio>
+
+#include "environment/gdal_tools.h"
+#include "io/errors.h"
+
+using namespace tn;
+using namespace tntest;
+
+namespace {
+
+// The projection of the rasters below, in PROJ's terms and in the twelve lines of a text
+// projection file (GDAL writes a WKT .prj instead). The central meridian -96.5 carries its sign on
+// degrees and minutes.
+const char* const kAlbers = "+proj=aea +lat_1=29.5 +lat_2=45.5 +lat_0=23 +lon_0=-96.5 +x_0=0 +y_0=0 +datum=WGS84 +units=m";
+const char* const kPrj =
+    "Projection    ALBERS\nDatum         WGS84\nSpheroid      WGS84\nUnits         METERS\nZunits        NO\n"
+    "Xshift        0.0\nYshift        0.0\nParameters\n"
+    "  29  30  0.0 /* 1st standard parallel\n  45  30  0.0 /* 2nd standard parallel\n"
+    " -96 -30  0.0 /* central meridian\n  23   0  0.0 /* latitude of projection's origin\n";
+
+// c.hdr, c.prj and the class table in d; our header order (GDAL's own EHdr header differs).
+void write_sidecars(const ScratchDir& d, int nx, int ny, double x, double y, double cell, const char* order,
+                    const std::string& table) {
+    char hdr[512];
+    std::snprintf(hdr, sizeof hdr, "ncols %d\nnrows %d\nxllcorner %.17g\nyllcorner %.17g\ncellsize %.9g\n"
+                  "NODATA_value -9999\nbyteorder %s\n", nx, ny, x, y, cell, order);
+    write_text(d / "c.hdr", hdr);
+    write_text(d / "c.prj", kPrj);
+    std::filesystem::create_directories(d.path / "rnd");
+    write_text(d / "rnd/GroundImpedance.csv", table);
+}
+
+struct Cover {
+    GRIDHEAD head;
+    FloatGrid z, x, y;
+    void read(const std::string& name, const std::string& exedir) { READCOVER(Name255(name), exedir, 15, head, z, x, y); }
+};
+
+}  // namespace
+
+// 3 by 2 cells of 30 m made by gdal_translate from an ASCII grid, near 95.4 W, 36.5 N, in UTM zone
+// 15. Reference positions: gdaltransform of each node's cell corner to EPSG:32615. Tolerance:
+// float_cm. Measured: every node equals GDAL's position rounded to a float (before rounding, within
+// 5e-7 m).
+TEST(Readcover, NodesWhereGdalPutsThemAndClassesLookedUp) {
+    TN_REQUIRE_GDAL_TOOL("gdal_translate");
+    TN_REQUIRE_GDAL_TOOL("gdaltransform");
+    ScratchDir d;
+    const std::string flt = d / "c.flt";
+    write_text(d / "c.asc", "ncols 3\nnrows 2\nxllcorner 100000\nyllcorner 1500000\ncellsize 30\n"
+                            "NODATA_value -9999\n41 42.7 -9999\n11 82 95\n");
+    bool ok = false;
+    run("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + std::string(kAlbers) + "' '" + (d / "c.asc") + "' '" + flt + "'", &ok);
+    ASSERT_TRUE(ok);
+    const GeoTransform g = gdal_geotransform(flt);
+    const auto utm = gdal_lines("gdaltransform '" + flt + "' -t_srs EPSG:32615", node_corners(g.nx, g.ny), d);
+    ASSERT_EQ(utm.size(), 6u);
+
+    write_sidecars(d, g.nx, g.ny, g.ox, g.oy + g.ny * g.py, g.px, "LSBFIRST",
+                   "class,value\n11, 1000000\n41 50\n42,77\n82, 80\n95,500\n");
+    Cover c;
+    c.read(flt, d.path.string() + "  ");
+    EXPECT_EQ(c.head.NX, 3);
+    EXPECT_EQ(c.head.NY, 2);
+    EXPECT_EQ(c.head.DX, 30.0f);
+    EXPECT_EQ(c.head.DY, 30.0f);
+    EXPECT_EQ(c.head.X0, c.x(1, 1));
+    EXPECT_EQ(c.head.Y0, c.y(1, 1));
+    // Southern row 11 82 95; northern row 41, 42.7 (class 42), no-data (class 11).
+    const float want[6] = {1000000.0f, 80.0f, 500.0f, 50.0f, 77.0f, 1000000.0f};
+    for (int j = 1, k = 0; j <= 2; ++j) {
+        for (int i = 1; i <= 3; ++i, ++k) {
+            EXPECT_NEAR(c.x(i, j), utm[k][0], float_cm(utm[k][0])) << i << "," << j;
+            EXPECT_NEAR(c.y(i, j), utm[k][1], float_cm(utm[k][1])) << i << "," << j;
+            EXPECT_EQ(c.z(i, j), want[k]) << i << "," << j;
+        }
+    }
+}
+
+// The class table: line 1 passed over, later lines overwrite, unnamed classes 200.0, and a bad line
+// sets the class with what the work variables hold (class 12 takes the 7.0 of the line before). The
+// last case reads the table shipped in data/rnd. Raster, northern row first: 42.7, 11, no-data, 12
+// (71 in the last case).
+TEST(Readcover, ClassTable) {
+    const struct { const char* table; const char* order; float z[4]; const char* what; } kCases[] = {
+        {"42,9\n", "LSBFIRST", {200, 200, 200, 200}, "only the heading"},
+        {"h\n11,3.5\n", "LSBFIRST", {200, 3.5f, 3.5f, 200}, "class 11 gives no-data cells their value"},
+        {"h\n42 9\n42 10\n12, 1\n", "MSBFIRST", {10, 200, 200, 1}, "later lines overwrite; big-endian"},
+        {"h\n5, 7.0\n12, abc\n", "LSBFIRST", {200, 200, 200, 7}, "a bad line"},
+        {nullptr, "LSBFIRST", {50, 1000000, 1000000, 200}, "the shipped table"},
+    };
+    for (const auto& c : kCases) {
+        ScratchDir d;
+        write_sidecars(d, 2, 2, 100000.0, 1500000.0, 30.0, c.order, c.table ? c.table : "");
+        write_floats(d / "c.flt", {42.7f, 11.0f, -9999.0f, c.table ? 12.0f : 71.0f}, c.order[0] == 'M');
+        Cover cv;
+        cv.read(d / "c.flt", c.table ? d.path.string() : TN_SOURCE_DIR "/data");
+        EXPECT_EQ(cv.z(1, 2), c.z[0]) << c.what;
+        EXPECT_EQ(cv.z(2, 2), c.z[1]) << c.what;
+        EXPECT_EQ(cv.z(1, 1), c.z[2]) << c.what;
+        EXPECT_EQ(cv.z(2, 1), c.z[3]) << c.what;
+    }
+}
+
+TEST(Readcover, BrokenInputsStopWithTheFileAndValue) {
+    const struct { const char* table; std::vector<float> cells; const char* order; const char* gone; const char* expect; } kCases[] = {
+        {"h\n0, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:2: class 0 is outside 1 to 200"},
+        {"h\n11 1\n201, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:3: class 201 is outside 1 to 200"},
+        {"h\nx, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:2: item 1: expected"},
+        {"h\n", {1, 201, 1, 1}, "LSB", "", "c.flt: byte 4: cell of column 2, row 1 from the north holds 201, expected"},
+        {"h\n", {1, 1, 0.5f, 1}, "LSB", "", "c.flt: byte 8: cell of column 1, row 2 from the north holds 0.5"},
+        {"h\n", {1, 1, 1, 1}, "msbfirst", "", "c.hdr:7: expected the byte order LSB or MSB, found 'msbfirst'"},
+        {"h\n", {1, 1, 1}, "LSB", "", "c.flt: byte 12: unexpected end of file, expected 2 by 2 floats"},
+        {"h\n", {1, 1, 1, 1}, "LSB", "c.prj", "c.prj: cannot open"},
+        {"h\n", {1, 1, 1, 1}, "LSB", "rnd/GroundImpedance.csv", "GroundImpedance.csv: cannot open"},
+    };
+    for (const auto& c : kCases) {
+        ScratchDir d;
+        write_sidecars(d, 2, 2, 100000.0, 1500000.0, 30.0, c.order, c.table);
+        write_floats(d / "c.flt", c.cells, false);
+        if (*c.gone) std::filesystem::remove(d / c.gone);
+        std::string msg = "no failure";
+        try { Cover().read(d / "c.flt", d.path.string()); } catch (const RunError& e) { msg = e.what(); }
+        EXPECT_NE(msg.find(c.expect), std::string::npos) << msg;
+    }
+}
