@@ -138,6 +138,7 @@ void grid_run(Session& s) {
     s.console.line("      ----    ----");
     if (Runopt == "no") {
         s.unit1.open(s.Runout.str());
+        s.run_output = s.Runout.str();
         write_file_header(s, true, Iifirst, Iilast, Iicount, Jjfirst, Jjlast, Jjcount);
     }
     RUNCASE(s, recv, Nrecv);
@@ -155,6 +156,7 @@ void site_run(Session& s) {
     s.console.line("");
     if (Runopt == "no") {
         s.unit1.open(s.Runout.str());
+        s.run_output = s.Runout.str();
         write_file_header(s, false, 0, 0, 0, 0, 0, 0);
     }
     // A site run leaves its file open: the next run's open closes it.

@@ -1,0 +1,177 @@
+// Small cases written into a temporary folder for the whole-program tests: tagged terrain grids,
+// trajectories, source lists and tables, site files, control files and run scripts.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "batch/program.h"
+
+namespace tntest {
+
+namespace fs = std::filesystem;
+
+class CaseDir {
+public:
+    explicit CaseDir(const std::string& name) {
+        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+        std::string unique = name + "_" + (info ? std::string(info->test_suite_name()) + "_" + info->name() : "x") +
+                             "_" + std::to_string(::getpid());
+        dir_ = fs::temp_directory_path() / ("tn_case_" + unique);
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+        old_cwd_ = fs::current_path();
+    }
+    ~CaseDir() {
+        std::error_code ec;
+        fs::current_path(old_cwd_, ec);   // the source tables may have moved the working folder
+        if (!std::getenv("TN_KEEP_TEST_CASES")) fs::remove_all(dir_, ec);
+    }
+    CaseDir(const CaseDir&) = delete;
+    CaseDir& operator=(const CaseDir&) = delete;
+
+    std::string path(const std::string& name) const { return (dir_ / name).string(); }
+    const fs::path& dir() const { return dir_; }
+
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(dir_ / name, std::ios::binary) << text;
+    }
+    std::string read(const std::string& name) const {
+        std::ifstream in(dir_ / name, std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+    bool exists(const std::string& name) const { return fs::exists(dir_ / name); }
+
+    // A versioned tagged grid: NX by NY nodes at spacing d, node (1, 1) at (x0, y0), heights z(i, j).
+    void write_grid(const std::string& name, const char* tag, int nx, int ny, float d, float x0, float y0,
+                    int zone, const std::function<float(int, int)>& z) const {
+        std::ofstream f(dir_ / name, std::ios::binary);
+        auto word = [&f](const void* p) { f.write(static_cast<const char*>(p), 4); };
+        auto i32 = [&word](std::int32_t v) { word(&v); };
+        auto f32 = [&word](float v) { word(&v); };
+        auto rec = [&f, &i32](const char* t, std::int32_t n) {
+            f.write(t, 4);
+            i32(n);
+        };
+        rec("TITL", 4);
+        f.write("GridVers", 8);
+        i32(1);
+        i32(0);
+        rec("UTMZ", 1);
+        i32(zone);
+        rec("USER", 4);
+        f32(x0);
+        f32(y0);
+        f32(0.0f);
+        i32(0);
+        rec("DIDJ", 2);
+        f32(d);
+        f32(d);
+        rec("NINJ", 2);
+        i32(nx);
+        i32(ny);
+        rec(tag, nx * ny);
+        for (int i = 1; i <= nx; ++i) {
+            for (int j = 1; j <= ny; ++j) f32(z(i, j));
+        }
+        rec("ENDF", 0);
+    }
+
+    // A trajectory: 16 head lines, then one line per point of nine numbers.
+    struct Point {
+        double time, x, y, z, heading, climb, speed, power, bank;
+    };
+    void write_trajectory(const std::string& name, double tempf, double rh, const std::vector<Point>& pts) const {
+        std::ostringstream t;
+        t << "Flight track\n";
+        for (int k = 2; k <= 12; ++k) t << "head line " << k << "\n";
+        char buf[64];
+        std::snprintf(buf, sizeof buf, "Temp: %5.1f\n", tempf);
+        t << buf;
+        std::snprintf(buf, sizeof buf, "RelHum:%5.1f\n", rh);
+        t << buf;
+        t << "Point data\n   Time  X  Y  Z  Heading  Climb  Speed  Power  Bank\n";
+        for (const Point& p : pts) {
+            const double v[9] = {p.time, p.x, p.y, p.z, p.heading, p.climb, p.speed, p.power, p.bank};
+            for (double x : v) {
+                std::snprintf(buf, sizeof buf, "%15.3f", x);
+                t << buf;
+            }
+            t << "\n";
+        }
+        write(name, t.str());
+    }
+
+    // A source list of one condition (value 0) whose table has, at every angle, level(b) in band b.
+    void write_source(const std::string& list, const std::string& table, const std::vector<float>& freqs,
+                      const std::function<float(int, int)>& level, const char* type = "Other",
+                      const char* minagl_feet = nullptr) const {
+        std::ostringstream l;
+        l << type << "\nTest source\nRef:  10.0\nAlt:  00.0\n" << freqs.size() << "\n1\n";
+        char buf[64];
+        std::snprintf(buf, sizeof buf, "%-12s%8.1f\n", table.c_str(), 0.0);
+        l << buf;
+        for (float fr : freqs) l << fr << "\n";
+        if (minagl_feet) l << minagl_feet << "\n";
+        write(list, l.str());
+        std::ostringstream t;
+        t << "table line 1\ntable line 2\n";
+        for (int a = 0; a <= 36; ++a) {
+            std::snprintf(buf, sizeof buf, "%-12s%8.1f", "Angle", a * 5.0);
+            t << buf;
+            for (int b = 1; b <= static_cast<int>(freqs.size()); ++b) {
+                std::snprintf(buf, sizeof buf, "%5.1f", level(b, a));
+                t << buf;
+            }
+            t << "\n";
+        }
+        write(table, t.str());
+    }
+
+    // Control file of the given lines (missing lines are simply not written).
+    void write_control(const std::string& name, const std::vector<std::string>& lines) const {
+        std::string s;
+        for (const std::string& l : lines) s += l + "\n";
+        write(name, s);
+    }
+private:
+    fs::path dir_;
+    fs::path old_cwd_;
+};
+
+// Runs the program in this process; returns the exit code and fills the two streams.
+struct RunResult {
+    int code = 0;
+    std::string out;
+    std::string err;
+};
+
+inline RunResult run(const std::vector<std::string>& args) {
+    std::ostringstream out, err;
+    RunResult r;
+    r.code = tn::run_program(args, out, err);
+    r.out = out.str();
+    r.err = err.str();
+    return r;
+}
+
+// Lines of a text, without their line ends.
+inline std::vector<std::string> lines_of(const std::string& text) {
+    std::vector<std::string> v;
+    std::string line;
+    std::istringstream in(text);
+    while (std::getline(in, line)) v.push_back(line);
+    return v;
+}
+
+}  // namespace tntest
