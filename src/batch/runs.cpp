@@ -7,6 +7,7 @@
 #include "io/errors.h"
 #include "io/fixed_fields.h"
 #include "io/format.h"
+#include "batch/receiver_pool.h"
 #include "path/rcvhist.h"
 #include "results/dbf.h"
 
@@ -54,6 +55,19 @@ void write_file_header(Session& s, bool grid, int Iifirst, int Iilast, int Iicou
     f.line(cs.Trackfile.trimmed());
     f.line(cs.Srcfile.trimmed());
     f.line("---End File Header---");
+}
+
+bool is_hemisphere(const Name255& name) { return name.contains(".nc") || name.contains(".NC"); }
+
+// Whether a point of this case can reach a source table: the case's source is a list, or, with a
+// source named per point, some point names one.
+bool table_evaluation_possible(const CaseState& cs) {
+    if (cs.Npts == 0) return false;
+    if (!cs.Traj[0].Ptsrc) return !is_hemisphere(cs.Srcfile);
+    for (const TRAJPOINT& p : cs.Traj) {
+        if (!is_hemisphere(p.Srcname)) return true;
+    }
+    return false;
 }
 
 bool ends_in_tig(const Name255& name) {
@@ -212,13 +226,19 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
     shared.hemispheres = &s.kept.hemispheres;
     shared.current_hemi = &s.current_hemi;
 
-    RcvWork work;
-    RcvOutput out;
+    // Names of blank-named receivers, which stay in the records.
     const bool tig = ends_in_tig(s.Runout);
-    for (long idx = 1; idx <= Nrecv; ++idx) {
-        SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
-        if (!tig) {
+    if (!tig) {
+        for (long idx = 1; idx <= Nrecv; ++idx) {
+            SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
             if (r.Name.blank()) r.Name = "Site" + fmt_i(idx, 3, 3);
+        }
+    }
+
+    // What a receiver leaves behind, in receiver order: its progress line, its memo block, its results.
+    const auto emit = [&](long idx, const RcvOutput* out) {
+        const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
+        if (!tig) {
             s.console.progress("+" + r.Name.str());
         } else {
             int ii = 0, jj = 0;
@@ -227,13 +247,45 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
             s.console.progress("+      " + fmt_i(ii, 4, 4) + "    " + fmt_i(jj, 4, 4));
         }
         if (table) SITEMEMO(r, cs.Utmzone, s.Runout, cs.Npts, s.dbf);
+        if (out) {
+            if (table) s.dbf.dbf.write(out->records);
+            else if (s.unit1.is_open()) s.unit1.write(out->section);
+        }
+    };
+
+    RcvWork work;
+    RcvOutput out;
+    const auto in_order = [&](long idx) {
+        const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
         if (r.z > 0.0f) {
             RCVHIST(rc, r, static_cast<int>(idx), Tstart, s.Runout, shared, work, out);
-            if (table) {
-                s.dbf.dbf.write(out.records);
-            } else if (s.unit1.is_open()) {
-                s.unit1.write(out.section);
-            }
+            emit(idx, &out);
+        } else {
+            emit(idx, nullptr);
+        }
+    };
+
+    // In order while the run's source tables wait to be loaded (the first table evaluation loads
+    // them), and throughout with one thread or with the weather path, whose library may keep state
+    // from call to call.
+    const bool tables = table_evaluation_possible(cs);
+    const bool serial = s.threads < 2 || cs.Usenord;
+    long idx = 1;
+    while (idx <= Nrecv && (serial || (tables && (s.Reload || s.kept.srctable.Needload)))) in_order(idx++);
+    if (idx <= Nrecv) {
+        PoolRun run;
+        run.rc = &rc;
+        run.receivers = &receivers;
+        run.first = idx;
+        run.last = Nrecv;
+        run.Tstart = Tstart;
+        run.Outname = &s.Runout;
+        run.shared = shared;
+        run.threads = s.threads;
+        if (receivers_independent(run)) {
+            compute_receivers(run, emit);
+        } else {
+            while (idx <= Nrecv) in_order(idx++);
         }
     }
     if (table) DBFCLOSE(s.dbf);

@@ -123,7 +123,10 @@ void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float 
         state.Srcdata.assign(static_cast<std::size_t>(std::max(Nband, 0)) * 37 * kMaxConditions, 0.0f);
         state.held = true;
     }
-    if (state.Needload) load_source_tables(Srcfile, Nband, state);
+    if (state.Needload) {
+        load_source_tables(Srcfile, Nband, state);
+        state.Needload = false;   // loaded tables are only read from here on
+    }
 
     float polar = 0.0f, azimuth = 0.0f, elevation = 0.0f;
     SRCANGLES(src, rcv, hs, hr, Heading, Climb, Bank, Rslant, polar, azimuth, elevation);
@@ -164,7 +167,6 @@ void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float 
         if (level > H + 5.0f) level = H + 5.0f;
         Srcspec[b - 1] = level;
     }
-    state.Needload = false;
 }
 
 }  // namespace tn
