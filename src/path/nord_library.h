@@ -12,15 +12,23 @@
 
 namespace tn {
 
-// The entry as the library exports it. Arguments in order: section length; distance along the path,
-// terrain height and ground value of each sample; source and receiver (x, y, height above ground);
-// band count; band frequencies; wind value; ground temperature (Celsius); Wextra4; gradient value;
-// Wextra1; Wextra2; an always-zero parameter; Wextra3; Nordpar2; Nordpar3; Nordpar1; Gterm (out,
-// 32-bit floats, in place); a scratch address and the second wind value (both null unless the
-// weather holds the direction-dependent term).
+// The entry as the library exports it: 22 arguments, all by address, all inputs but Gterm.
+//   1 section length n (100)          12 gradient value
+//   2 X[n], distance from the source  13 Wextra1
+//   3 Z[n], absolute terrain height   14 Wextra2
+//   4 G[n], ground value              15 a parameter no weather file sets: always 0.0
+//   5 source x, y, height above ground 16 Wextra3
+//   6 receiver x, y, height above gr. 17 Nordpar2
+//   7 Nband                           18 Nordpar3
+//   8 band frequencies [Nband], Hz    19 Nordpar1
+//   9 wind value                      20 Gterm[Nband], out: dB re free field, 32-bit floats, in place
+//  10 ground temperature, Celsius     21 scratch address, or null
+//  11 Wextra4                         22 second wind value, or null
+// 21 and 22 are null unless the weather holds the direction-dependent term ("A_Param"). The entry
+// has no result and no status.
 using CallnordFn = void (*)(const std::int32_t* n, const double* X, const double* Z, const double* G,
                             const double* src, const double* rcv, const std::int32_t* nband, const double* freq,
-                            const double* wind, const double* t0, const double* wextra4, const double* grad,
+                            const double* wind, const double* tground, const double* wextra4, const double* grad,
                             const double* wextra1, const double* wextra2, const double* zero,
                             const double* wextra3, const double* par2, const double* par3, const double* par1,
                             float* gterm, void* scratch, const double* wind2);
@@ -35,7 +43,7 @@ public:
     // CALLNORD, one call at a time.
     void CALLNORD(const std::int32_t* n, const double* X, const double* Z, const double* G, const double* src,
                   const double* rcv, const std::int32_t* nband, const double* freq, const double* wind,
-                  const double* t0, const double* wextra4, const double* grad, const double* wextra1,
+                  const double* tground, const double* wextra4, const double* grad, const double* wextra1,
                   const double* wextra2, const double* zero, const double* wextra3, const double* par2,
                   const double* par3, const double* par1, float* gterm, void* scratch, const double* wind2) const;
 
@@ -48,8 +56,10 @@ private:
     mutable std::mutex mutex_;
 };
 
-// Finds and loads the library. A library that cannot be found or loaded, or lacks the entry, ends
-// the run with a message naming the weather file that selected the model and the places looked at.
+// Finds and loads the library: the file named by TRACKNOISE_NORD2000 when that is set and not
+// empty (no other place is tried then), else libnord2000.so in exedir, the program's folder. A
+// library that is not there, cannot be loaded or lacks the entry CALLNORD ends the run with a
+// RunError naming the weather file that selected the model and the place looked at.
 std::unique_ptr<NordLibrary> load_nord_library(const std::string& exedir, const std::string& weatherfile);
 
 }  // namespace tn

@@ -1,25 +1,56 @@
-// A stand-in for the Nord2000 library, for the tests: it exports CALLNORD with the library's 22
-// arguments, records what it was given in a file named by TN_NORD_STUB_LOG (when set), and writes
-// a known pattern into Gterm: band b gets -0.5 * b dB.
+// A stand-in for the Nord2000 library, for the tests. It exports CALLNORD with the library's 22
+// arguments, writes a known pattern into Gterm (band b, counted from 1, gets -0.5 * b dB) and, when
+// the environment variable TN_NORD_STUB_LOG names a file, appends every argument it was given to
+// that file, one call per block (read back by nord_stub_log.h):
+//
+//   call
+//   a1 <n>
+//   a2 <X[0]> ... <X[n-1]>            (a3, a4 likewise; a5, a6 three values; a8 Nband values)
+//   a7 <Nband>
+//   a9 <value>                        (a10 .. a19 likewise)
+//   a20 <Gterm[0]> ... <Gterm[Nband-1]>   as the caller handed it in, before the stub writes it
+//   a21 null | set
+//   a22 null | <value>
+//   end
+//
+// Doubles are written with 17 significant digits and floats with 9, so that they read back exactly.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
+namespace {
+
+void values(std::FILE* f, const char* key, const double* v, int count) {
+    std::fprintf(f, "%s", key);
+    for (int k = 0; k < count; ++k) std::fprintf(f, " %.17g", v[k]);
+    std::fprintf(f, "\n");
+}
+
+}  // namespace
+
 extern "C" void CALLNORD(const std::int32_t* n, const double* X, const double* Z, const double* G, const double* src,
                          const double* rcv, const std::int32_t* nband, const double* freq, const double* wind,
-                         const double* t0, const double* wextra4, const double* grad, const double* wextra1,
+                         const double* tground, const double* wextra4, const double* grad, const double* wextra1,
                          const double* wextra2, const double* zero, const double* wextra3, const double* par2,
                          const double* par3, const double* par1, float* gterm, void* scratch, const double* wind2) {
     if (const char* log = std::getenv("TN_NORD_STUB_LOG")) {
         if (std::FILE* f = std::fopen(log, "a")) {
-            std::fprintf(f, "n %d nband %d\n", *n, *nband);
-            std::fprintf(f, "X0 %.9g Xn %.9g Z0 %.9g Zn %.9g G0 %.9g Gn %.9g\n", X[0], X[*n - 1], Z[0], Z[*n - 1], G[0],
-                         G[*n - 1]);
-            std::fprintf(f, "src %.9g %.9g %.9g rcv %.9g %.9g %.9g\n", src[0], src[1], src[2], rcv[0], rcv[1], rcv[2]);
-            std::fprintf(f, "f0 %.9g wind %.9g t0 %.9g wextra4 %.9g grad %.9g wextra1 %.9g wextra2 %.9g zero %.9g\n",
-                         freq[0], *wind, *t0, *wextra4, *grad, *wextra1, *wextra2, *zero);
-            std::fprintf(f, "wextra3 %.9g par2 %.9g par3 %.9g par1 %.9g scratch %s wind2 %s%.9g\n", *wextra3, *par2,
-                         *par3, *par1, scratch ? "set" : "null", wind2 ? "" : "null ", wind2 ? *wind2 : 0.0);
+            std::fprintf(f, "call\na1 %d\n", static_cast<int>(*n));
+            values(f, "a2", X, *n);
+            values(f, "a3", Z, *n);
+            values(f, "a4", G, *n);
+            values(f, "a5", src, 3);
+            values(f, "a6", rcv, 3);
+            std::fprintf(f, "a7 %d\n", static_cast<int>(*nband));
+            values(f, "a8", freq, *nband);
+            const double* scalars[11] = {wind, tground, wextra4, grad, wextra1, wextra2, zero, wextra3, par2, par3, par1};
+            for (int k = 0; k < 11; ++k) std::fprintf(f, "a%d %.17g\n", 9 + k, *scalars[k]);
+            std::fprintf(f, "a20");
+            for (int b = 0; b < *nband; ++b) std::fprintf(f, " %.9g", static_cast<double>(gterm[b]));
+            std::fprintf(f, "\na21 %s\n", scratch ? "set" : "null");
+            if (wind2) std::fprintf(f, "a22 %.17g\n", *wind2);
+            else std::fprintf(f, "a22 null\n");
+            std::fprintf(f, "end\n");
             std::fclose(f);
         }
     }
