@@ -4,13 +4,22 @@ namespace tn {
 
 RunError file_error(const std::string& file, long line, const std::string& what) {
     std::string msg = file;
-    if (line > 0) msg += ":" + std::to_string(line);
-    msg += ": " + what;
+    if (line > 0) {
+        msg.push_back(':');
+        msg.append(std::to_string(line));
+    }
+    msg.append(": ");
+    msg.append(what);
     return RunError(msg);
 }
 
 RunError binary_error(const std::string& file, long long offset, const std::string& what) {
-    return RunError(file + ": byte " + std::to_string(offset) + ": " + what);
+    std::string msg = file;
+    msg.append(": byte ");
+    msg.append(std::to_string(offset));
+    msg.append(": ");
+    msg.append(what);
+    return RunError(msg);
 }
 
 }  // namespace tn
