@@ -95,8 +95,12 @@ struct CaseState {
     // Hemisphere source of the set-up.
     HEMIREC Hemi;
 
-    GridView terrain() const { return GridView{&Terrhead, &Elev, &Xnode, &Ynode}; }
-    GridView ground() const { return GridView{&Flowhead, &Flowz, &Flowx, &Flowy}; }
+    // Nodes of the grids stand exactly on their lattices (set at the end of the set-up).
+    bool terrain_lattice = false;
+    bool ground_lattice = false;
+
+    GridView terrain() const { return GridView{&Terrhead, &Elev, &Xnode, &Ynode, terrain_lattice}; }
+    GridView ground() const { return GridView{&Flowhead, &Flowz, &Flowx, &Flowy, ground_lattice}; }
 };
 
 // Values that live from call to call for the whole process.

@@ -14,6 +14,7 @@
 #include "io/list_input.h"
 #include "path/absorption.h"
 #include "path/nord_library.h"
+#include "path/profile.h"
 #include "path/rcvhist.h"
 
 namespace tn {
@@ -355,6 +356,8 @@ void CASESETUP(Session& s) {
         s.model.nord = s.nord.get();
     }
     s.current_hemi = &cs.Hemi;
+    cs.terrain_lattice = nodes_on_lattice(cs.Terrhead, cs.Xnode, cs.Ynode);
+    cs.ground_lattice = nodes_on_lattice(cs.Flowhead, cs.Flowx, cs.Flowy);
 }
 
 }  // namespace tn

@@ -59,6 +59,9 @@ struct GridView {
     const FloatGrid* Z = nullptr;   // heights or ground values
     const FloatGrid* X = nullptr;   // x of each node
     const FloatGrid* Y = nullptr;   // y of each node
+    // Every node stands exactly (to the bit) at X0 + DX * (i - 1), Y0 + DY * (j - 1): the lookups
+    // may then work the positions out instead of reading them, with the same results.
+    bool lattice = false;
 };
 
 }  // namespace tn

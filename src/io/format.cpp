@@ -23,9 +23,16 @@ void append_i_m(std::string& out, long long v, int w, int m) {
         out.append(static_cast<std::size_t>(w), ' ');
         return;
     }
+    // Digits by hand: result rows format tens of millions of integers.
     char digits[32];
-    const unsigned long long mag = v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
-    int n = std::snprintf(digits, sizeof digits, "%llu", mag);
+    unsigned long long mag = v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
+    int n = 0;
+    char rev[32];
+    do {
+        rev[n++] = static_cast<char>('0' + mag % 10);
+        mag /= 10;
+    } while (mag != 0);
+    for (int k = 0; k < n; ++k) digits[k] = rev[n - 1 - k];
     char buf[64];
     int len = 0;
     if (v < 0) buf[len++] = '-';

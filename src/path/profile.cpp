@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace tn {
 
@@ -27,19 +28,57 @@ int truncated(float q) {
     return static_cast<int>(q);
 }
 
-}  // namespace
+// Node positions read from the grids.
+struct StoredNodes {
+    const FloatGrid& X;
+    const FloatGrid& Y;
+    float x(int i, int j) const { return X(i, j); }
+    float y(int i, int j) const { return Y(i, j); }
+};
 
-void GRIDSEEK(int& i, int& j, const FloatGrid& X, const FloatGrid& Y, int NX, int NY, float x, float y) {
-    const float step_x = i < NX ? X(i + 1, j) - X(i, j) : X(i, j) - X(i - 1, j);
-    const float step_y = j < NY ? Y(i, j + 1) - Y(i, j) : Y(i, j) - Y(i, j - 1);
-    int a = truncated((X(i, j) - x) / step_x);
+// Node positions worked out from the lattice; the same values as stored when nodes_on_lattice holds.
+struct LatticeNodes {
+    const GRIDHEAD& h;
+    float x(int i, int) const { return h.X0 + h.DX * static_cast<float>(i - 1); }
+    float y(int, int j) const { return h.Y0 + h.DY * static_cast<float>(j - 1); }
+};
+
+template <class Nodes>
+void seek(int& i, int& j, const Nodes& n, int NX, int NY, float x, float y) {
+    const float step_x = i < NX ? n.x(i + 1, j) - n.x(i, j) : n.x(i, j) - n.x(i - 1, j);
+    const float step_y = j < NY ? n.y(i, j + 1) - n.y(i, j) : n.y(i, j) - n.y(i, j - 1);
+    int a = truncated((n.x(i, j) - x) / step_x);
     if (a >= 0) a = a + 1;   // deliberate: within a step of the node, the cell moves one node down
-    int b = truncated((Y(i, j) - y) / step_y);
+    int b = truncated((n.y(i, j) - y) / step_y);
     if (b >= 0) b = b + 1;
     i = std::min(NX - 1, i - a);
     j = std::min(NY - 1, j - b);
     i = std::max(i, 1);
     j = std::max(j, 1);
+}
+
+void seek(int& i, int& j, const GridView& g, float x, float y) {
+    if (g.lattice) seek(i, j, LatticeNodes{*g.head}, g.head->NX, g.head->NY, x, y);
+    else seek(i, j, StoredNodes{*g.X, *g.Y}, g.head->NX, g.head->NY, x, y);
+}
+
+}  // namespace
+
+void GRIDSEEK(int& i, int& j, const FloatGrid& X, const FloatGrid& Y, int NX, int NY, float x, float y) {
+    seek(i, j, StoredNodes{X, Y}, NX, NY, x, y);
+}
+
+bool nodes_on_lattice(const GRIDHEAD& head, const FloatGrid& X, const FloatGrid& Y) {
+    if (X.ld != head.NX || Y.ld != head.NX || X.nj != head.NY || Y.nj != head.NY) return false;
+    const LatticeNodes n{head};
+    for (int j = 1; j <= head.NY; ++j) {
+        for (int i = 1; i <= head.NX; ++i) {
+            const float xi = n.x(i, j), yj = n.y(i, j);
+            const float xs = X(i, j), ys = Y(i, j);
+            if (std::memcmp(&xi, &xs, sizeof xi) != 0 || std::memcmp(&yj, &ys, sizeof yj) != 0) return false;
+        }
+    }
+    return true;
 }
 
 float TERRZ(const GridView& terrain, float x, float y, float& kept) {
@@ -52,7 +91,7 @@ float TERRZ(const GridView& terrain, float x, float y, float& kept) {
     const float fv = v - std::trunc(v);
     int i = limited_index(std::trunc(u), 1, h.NX - 1);
     int j = limited_index(std::trunc(v), 1, h.NY - 1);
-    GRIDSEEK(i, j, *terrain.X, *terrain.Y, h.NX, h.NY, x, y);
+    seek(i, j, terrain, x, y);
     const float z11 = elev(i, j);
     const float z21 = elev(i + 1, j);
     const float z12 = elev(i, j + 1);
@@ -68,7 +107,7 @@ float GNDVAL(const GridView& ground, float x, float y) {
     const float v = (y - h.Y0) / h.DY;
     int i = limited_index(std::round(u), 1, h.NX);   // std::round: half away from zero
     int j = limited_index(std::round(v), 1, h.NY);
-    GRIDSEEK(i, j, *ground.X, *ground.Y, h.NX, h.NY, x, y);
+    seek(i, j, ground, x, y);
     return (*ground.Z)(i, j);
 }
 

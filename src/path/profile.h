@@ -21,6 +21,10 @@ namespace tn {
 // A quotient that is not a number counts as 0.
 void GRIDSEEK(int& i, int& j, const FloatGrid& X, const FloatGrid& Y, int NX, int NY, float x, float y);
 
+// Whether every node of X and Y stands exactly at X0 + DX * (i - 1), Y0 + DY * (j - 1) of head, as
+// the tagged grid reader places them (a raster's projected nodes do not). Checked once per grid.
+bool nodes_on_lattice(const GRIDHEAD& head, const FloatGrid& X, const FloatGrid& Y);
+
 // Terrain height at (x, y), metres: bilinear over the cell that GRIDSEEK gives, with the fractions
 // of the starting cell, trunc((x - X0) / DX) + 1, taken before the cell moves (deliberate: they may
 // be negative, and positions off the grid take the edge cell with their own fractions). A result of

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 
 namespace {
@@ -166,3 +167,28 @@ TEST(Terrprof, SourceAndReceiverAtOnePosition) {
 }
 
 }  // namespace
+
+// Lookups that work the node positions out from the lattice give what reading them gives, on and
+// off the grid, and a grid whose nodes were moved (as a projected raster's are) is no lattice.
+TEST(Lattice, WorkedOutNodesGiveTheStoredResults) {
+    TestGrid g(37, 23, 500123.5f, 4000321.25f, 27.3f, 19.7f,
+               [](int i, int j) { return 100.0f + 7.0f * std::sin(0.3f * i) + 3.0f * std::cos(0.2f * j); });
+    ASSERT_TRUE(tn::nodes_on_lattice(g.head, g.x, g.y));
+    tn::GridView stored = g.view();
+    tn::GridView worked = g.view();
+    worked.lattice = true;
+    float kept_a = 0.0f, kept_b = 0.0f;
+    for (int k = 0; k < 5000; ++k) {
+        // A spread of points from well outside the grid to well inside, on nodes and between them.
+        const float x = 500123.5f - 300.0f + 1.37f * static_cast<float>(k % 997);
+        const float y = 4000321.25f - 200.0f + 0.91f * static_cast<float>((k * 7) % 991);
+        const float a = tn::TERRZ(stored, x, y, kept_a);
+        const float b = tn::TERRZ(worked, x, y, kept_b);
+        ASSERT_EQ(std::memcmp(&a, &b, sizeof a), 0) << x << " " << y;
+        const float c = tn::GNDVAL(stored, x, y);
+        const float d = tn::GNDVAL(worked, x, y);
+        ASSERT_EQ(std::memcmp(&c, &d, sizeof c), 0) << x << " " << y;
+    }
+    g.x(5, 7) = std::nextafter(g.x(5, 7), 1e9f);
+    EXPECT_FALSE(tn::nodes_on_lattice(g.head, g.x, g.y));
+}
