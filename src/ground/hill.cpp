@@ -125,11 +125,15 @@ void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2,
     const float deg = 180.0f / kPi;
     const float k = 2.0f * kPi * f / 340.0f;
     std::complex<float> PT{0.0f, 0.0f};
+    SPHZ z1, z2, z3;
+    SPHZPREP(Z1, z1);
+    SPHZPREP(Z2, z2);
+    SPHZPREP(Z3, z3);
 
     std::complex<float> Qs{0.0f, 0.0f}, Qr{0.0f, 0.0f};
-    if (g.hasQs) SPHREF(g.rQs, g.dzQs, k, Z1, Qs);
+    if (g.hasQs) SPHREFZ(g.rQs, g.dzQs, k, z1, Qs);
     if (diag) diag_line("delz,qs=", g.dzQs, Qs);
-    if (g.hasQr) SPHREF(g.rQr, g.dzQr, k, Z1, Qr);   // Z1, not Z3: deliberate
+    if (g.hasQr) SPHREFZ(g.rQr, g.dzQr, k, z1, Qr);   // Z1, not Z3: deliberate
     if (diag) diag_line("delz,qr=", g.dzQr, Qr);
     if (diag) diag_line("T1,T2,T3=", g.T1 * deg, g.T2 * deg, g.T3 * deg);
 
@@ -139,16 +143,14 @@ void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2,
         if (diag) diag_line("a.I,F0,F1=", I + 1, p.F0 * deg, p.F1 * deg);
         if (!p.counts) continue;
         std::complex<float> Q1, Q2;
-        SPHREF(p.Rt, p.dz1, k, Z2, Q1);
-        SPHREF(p.Rt, p.dz2, k, Z2, Q2);
+        SPHREFZ(p.Rt, p.dz1, k, z2, Q1);
+        SPHREFZ(p.Rt, p.dz2, k, z2, Q2);
         if (diag) diag_line("Q1,Q2 =", Q1, Q2);
         std::complex<float> V[4];
-        for (int j = 0; j < 4; ++j) {
-            WEDGEBAND(p.V[j], p.Rt, p.L, k, V[j]);
-            if (diag) {
-                const char* label[4] = {"VD1 =", "VD2 =", "VD3 =", "VD4 ="};
-                diag_line(label[j], V[j]);
-            }
+        WEDGEBAND4(p.V, p.Rt, p.L, k, V);
+        if (diag) {
+            const char* label[4] = {"VD1 =", "VD2 =", "VD3 =", "VD4 ="};
+            for (int j = 0; j < 4; ++j) diag_line(label[j], V[j]);
         }
         PT += W[I] * (V[0] + Q1 * V[1] + Q2 * V[2] + Q1 * Q2 * V[3]);
         if (diag) diag_line("PT, |PT| =", PT, std::abs(PT));
@@ -166,7 +168,7 @@ void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2,
     if (diag) diag_line("c.I,F0,F1,AL1=", 5, F0d * deg, F1a * deg, g.srcimage.AL1 * deg);
     if (g.srcimage.AL1 > 0.0f) {
         std::complex<float> Q;
-        SPHREF(g.srcimage.D, g.srcimage.dz, k, Z1, Q);
+        SPHREFZ(g.srcimage.D, g.srcimage.dz, k, z1, Q);
         const std::complex<float> P0 = Q * cis(k * g.srcimage.D) / g.srcimage.D;
         PT += P0;
         if (diag) diag_line("POc =", P0);
@@ -175,7 +177,7 @@ void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2,
     if (diag) diag_line("d.I,F0,F1,AL1=", 5, F0a * deg, F1d * deg, g.rcvimage.AL1 * deg);
     if (g.rcvimage.AL1 > 0.0f) {
         std::complex<float> Q;
-        SPHREF(g.rcvimage.D, g.rcvimage.dz, k, Z3, Q);
+        SPHREFZ(g.rcvimage.D, g.rcvimage.dz, k, z3, Q);
         if (diag) diag_line("RD,K,C,Q", g.rcvimage.D, k, Z3, Q);
         const std::complex<float> P0 = Q * cis(k * g.rcvimage.D) / g.rcvimage.D;
         PT += P0;

@@ -6,26 +6,29 @@
 
 namespace tn {
 
-void SPHREF(float r, float delz, float k, std::complex<float> Z, std::complex<float>& Q) {
+void SPHZPREP(std::complex<float> Z, SPHZ& z) {
+    z.Z = Z;
+    z.absZ = std::abs(Z);
+    const float Z2 = z.absZ * z.absZ;
+    z.bre = Z.real() / Z2;   // beta = 1/Z
+    z.bim = -Z.imag() / Z2;
+}
+
+void SPHREFZ(float r, float delz, float k, const SPHZ& z, std::complex<float>& Q) {
     const float pi = 3.1415927f;
+    const std::complex<float> Z = z.Z;
     const float c = std::abs(delz) / r;
 
     // Plane-wave coefficient (Z c - 1)/(Z c + 1) in real arithmetic.
-    const float absZ = std::abs(Z);
     const float e1 = Z.real() * c + 1.0f;
     const float e2 = Z.imag() * c;
     const float D = e1 * e1 + e2 * e2;
-    const float e3 = absZ * c;
+    const float e3 = z.absZ * c;
     const std::complex<float> Rp{(e3 * e3 - 1.0f) / D, 2.0f * Z.imag() * c / D};
-
-    // beta = 1/Z.
-    const float Z2 = absZ * absZ;
-    const float bre = Z.real() / Z2;
-    const float bim = -Z.imag() / Z2;
 
     // Numerical distance s (1 + i)(c + beta).
     const float s = std::sqrt(k * r * 0.25f);
-    const std::complex<float> w{s * (bre + c - bim), s * (bre + c + bim)};
+    const std::complex<float> w{s * (z.bre + c - z.bim), s * (z.bre + c + z.bim)};
     std::complex<float> W;
     WOFZ(w, W);
 
@@ -34,6 +37,12 @@ void SPHREF(float r, float delz, float k, std::complex<float> Z, std::complex<fl
 
     // Rigid ground: the work above is done all the same, only its result is dropped.
     if (Z.real() >= 1000.0f) Q = {1.0f, 0.0f};
+}
+
+void SPHREF(float r, float delz, float k, std::complex<float> Z, std::complex<float>& Q) {
+    SPHZ z;
+    SPHZPREP(Z, z);
+    SPHREFZ(r, delz, k, z, Q);
 }
 
 void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, std::complex<double>& Q) {

@@ -24,6 +24,16 @@ namespace tn {
 
 // r, delz in metres, k in rad/m, Z normalised impedance (IMPED).
 void SPHREF(float r, float delz, float k, std::complex<float> Z, std::complex<float>& Q);
+
+// The part of SPHREF fixed by the impedance alone, for callers that use one Z many times in a band:
+// SPHZPREP then SPHREFZ gives bit for bit the Q of SPHREF.
+struct SPHZ {
+    std::complex<float> Z;
+    float absZ = 0.0f;             // |Z|
+    float bre = 0.0f, bim = 0.0f;  // 1/Z
+};
+void SPHZPREP(std::complex<float> Z, SPHZ& z);
+void SPHREFZ(float r, float delz, float k, const SPHZ& z, std::complex<float>& Q);
 // d, h1, h2 in metres, f in Hz, Z normalised impedance (IMPEDD).
 void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, std::complex<double>& Q);
 

@@ -63,29 +63,32 @@ void VALLPREP(float L1, float L2, float Hs, float Hr, float Beta, VALLGEOM& g) {
 void VALLBAND(const VALLGEOM& g, std::complex<float> Z1, std::complex<float> Z2, float f, float& out) {
     const float k = 2.0f * kPi * f / 340.0f;
     const std::complex<float> P0 = cis(k * g.D) / g.D;
+    SPHZ z1, z2;
+    SPHZPREP(Z1, z1);
+    SPHZPREP(Z2, z2);
 
     std::complex<float> Q1, Q2;
-    SPHREF(g.Rt, g.dzQ1, k, Z1, Q1);
-    SPHREF(g.Rt, g.dzQ2, k, Z2, Q2);
+    SPHREFZ(g.Rt, g.dzQ1, k, z1, Q1);
+    SPHREFZ(g.Rt, g.dzQ2, k, z2, Q2);
     std::complex<float> V[4];
-    for (int j = 0; j < 4; ++j) WEDGEBAND(g.V[j], g.Rt, g.L, k, V[j]);
+    WEDGEBAND4(g.V, g.Rt, g.L, k, V);
     std::complex<float> PT = V[0] + Q1 * V[1] + Q2 * V[2] + Q1 * Q2 * V[3];
 
     if (g.directLit) PT += P0;
     if (g.src.lit) {
         std::complex<float> Q;
-        SPHREF(g.src.D, g.src.dz1, k, Z1, Q);
+        SPHREFZ(g.src.D, g.src.dz1, k, z1, Q);
         PT += Q * cis(k * g.src.D) / g.src.D;
     }
     if (g.rcv.lit) {
         std::complex<float> Q;
-        SPHREF(g.rcv.D, g.rcv.dz1, k, Z2, Q);
+        SPHREFZ(g.rcv.D, g.rcv.dz1, k, z2, Q);
         PT += Q * cis(k * g.rcv.D) / g.rcv.D;
     }
     if (g.both.lit) {
         std::complex<float> Qa, Qb;
-        SPHREF(g.both.D, g.both.dz1, k, Z1, Qa);
-        SPHREF(g.both.D, g.both.dz2, k, Z2, Qb);
+        SPHREFZ(g.both.D, g.both.dz1, k, z1, Qa);
+        SPHREFZ(g.both.D, g.both.dz2, k, z2, Qb);
         PT += Qa * Qb * cis(k * g.both.D) / g.both.D;
     }
 

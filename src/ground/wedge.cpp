@@ -39,6 +39,22 @@ void WEDGEBAND(const WEDGEPRE& p, float R, float L, float k, std::complex<float>
     V = C * (T * cis(-X)) * std::complex<float>(0.0f, -2.0f * s);
 }
 
+void WEDGEBAND4(const WEDGEPRE p[4], float R, float L, float k, std::complex<float> V[4]) {
+    const std::complex<float> E = cis(k * R + kPi * 0.25f);
+    const std::complex<float> C0 = -E / R;
+    const float root = std::sqrt(2.0f * kPi * k * L);
+    const float twokL = 2.0f * k * L;
+    for (int j = 0; j < 4; ++j) {
+        std::complex<float> C = C0;
+        C *= p[j].cot / root;
+        const float X = twokL * p[j].a2;
+        const float s = std::sqrt(X);
+        std::complex<float> T;
+        FRESTAIL(s, T);
+        V[j] = C * (T * cis(-X)) * std::complex<float>(0.0f, -2.0f * s);
+    }
+}
+
 void WEDGEV(float R, float L, float phi, float sign, float nu, float k, std::complex<float>& V) {
     WEDGEPRE p;
     WEDGEPREP(phi, sign, nu, p);

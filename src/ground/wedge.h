@@ -44,5 +44,8 @@ struct WEDGEPRE {
 };
 void WEDGEPREP(float phi, float sign, float nu, WEDGEPRE& p);
 void WEDGEBAND(const WEDGEPRE& p, float R, float L, float k, std::complex<float>& V);
+// The four terms of one wedge share R, L and k: their common factors are worked once, and each V[j]
+// is bit for bit WEDGEBAND(p[j], R, L, k).
+void WEDGEBAND4(const WEDGEPRE p[4], float R, float L, float k, std::complex<float> V[4]);
 
 }  // namespace tn

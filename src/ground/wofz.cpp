@@ -36,9 +36,19 @@ void wpole(T x, T y, T a, T b, std::complex<T>& w) {
          w.imag() + a * x * (x * x + y * y - b) / D};
 }
 
+// exp(-n^2 h^2), n = 1..5: the weights of the five-term sum are constants, worked out once.
+template <class T>
+struct SumWeights {
+    T e[5];
+    SumWeights() {
+        for (int n = 1; n <= 5; ++n) e[n - 1] = std::exp(-(T(n * n) * WofzConst<T>::h2));
+    }
+};
+
 template <class T>
 void wofz(std::complex<T> z, std::complex<T>& w) {
     using K = WofzConst<T>;
+    static const SumWeights<T> weights;
     const T pi = K::pi;
     const T h = K::h;
     T x = std::abs(z.real());
@@ -64,10 +74,11 @@ void wofz(std::complex<T> z, std::complex<T>& w) {
         T Kk = h * x / (pi * (x * x + y * y));
         for (int n = 1; n <= 5; ++n) {
             const T t = T(n * n) * K::h2;
+            const T et = weights.e[n - 1];   // exp(-t)
             const T Tn = y * y - x * x + t;
             const T U = Tn * Tn + T(4) * (x * x) * (y * y);
-            H = H + (T(2) * y * h / pi) * std::exp(-t) * (y * y + x * x + t) / U;
-            Kk = Kk + (T(2) * x * h / pi) * std::exp(-t) * (y * y + x * x - t) / U;
+            H = H + (T(2) * y * h / pi) * et * (y * y + x * x + t) / U;
+            Kk = Kk + (T(2) * x * h / pi) * et * (y * y + x * x - t) / U;
         }
         // Never fails inside the region (y <= 3.0 < pi/h); kept as written, deliberately.
         if (y < K::pole) {
