@@ -3,7 +3,8 @@
 // LEVEL (flat ground), UPVAL (a valley) and HILLPAR (a hill, with SIDEANG), selected by the ground
 // model's "P" mode. Runs use the rigorous models; these are complete and take no part in a run.
 // 32-bit real throughout, pi = 3.1415927, angles in radians unless stated, distances and heights in
-// metres. Gndtyp: 0 soft ground, 1 hard ground.
+// metres, levels in dB relative to free field. Gndtyp: 0 soft ground, 1 hard ground. The constants
+// are those of the model's own empirical fits (47.74, 0.1992, 5.5162, 0.1055, ...), kept as written.
 //
 // LEVEL(Hs, Hr, d, Gndtyp, out): source and receiver heights, horizontal distance.
 //   0 when Hs, Hr and d are all exactly 0, before any other test (even for a bad Gndtyp).
