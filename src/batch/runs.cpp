@@ -239,7 +239,9 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
     const auto emit = [&](long idx, const RcvOutput* out) {
         const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
         if (!tig) {
-            s.console.progress("+" + r.Name.str());
+            std::string record(1, '+');
+            record += r.Name.trimmed();
+            s.console.progress(record);
         } else {
             int ii = 0, jj = 0;
             (void)parse_int_field(field(r.Name.padded(), 1, 4), ii);
