@@ -8,6 +8,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "batch/runs.h"
 #include "batch/setup.h"
 #include "path/rcvhist.h"
 
@@ -22,38 +23,21 @@ struct BenchCase {
     tn::RcvShared shared;
 
     BenchCase() {
-        const fs::path dir = fs::temp_directory_path() / ("tn_bench_rcvhist_" + std::to_string(::getpid()));
-        const fs::path exe = fs::read_symlink("/proc/self/exe").parent_path();
-        const std::string make = "'" + (exe.parent_path() / "tracknoise-benchcase").string() + "' '" + dir.string() +
-                                 "' 10 200 200";
+        fs::path dir = fs::temp_directory_path();
+        dir /= "tn_bench_rcvhist_" + std::to_string(::getpid());
+        const fs::path tool = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tracknoise-benchcase";
+        std::string make = "'";
+        make += tool.string();
+        make += "' '";
+        make += dir.string();
+        make += "' 10 200 200";
         if (std::system(make.c_str()) != 0) std::abort();
         fs::current_path(dir);
         s.Ctlfile = "bench.ctl";
         s.Dirfile = "none";
         tn::CASESETUP(s);
-        tn::CaseState& cs = s.cs;
-        rc.Nband = cs.Nband;
-        rc.Freq = cs.Freq.data();
-        rc.Wgt = cs.Wgt.data();
-        rc.Absdb = cs.Absdb.data();
-        rc.terrain = cs.terrain();
-        rc.ground = cs.ground();
-        rc.ref = &cs.Gridref;
-        rc.Traj = cs.Traj.data();
-        rc.Npts = cs.Npts;
-        rc.AMBLEVEL = cs.AMBLEVEL.data();
-        rc.AMBSPEC = cs.AMBSPEC.data();
-        rc.Utmzone = cs.Utmzone;
-        rc.Minagl = cs.Minagl;
-        rc.Tfahr = cs.Tfahr;
-        rc.Maxdist = cs.Maxdist;
-        rc.model = s.model;
-        shared.Srcfile = &cs.Srcfile;
-        shared.Reload = &s.Reload;
-        shared.kept_height = &s.kept.terrz_height;
-        shared.srctable = &s.kept.srctable;
-        shared.hemispheres = &s.kept.hemispheres;
-        shared.current_hemi = &s.current_hemi;
+        rc = tn::rcv_case(s);
+        shared = tn::rcv_shared(s);
     }
 };
 

@@ -77,6 +77,40 @@ bool ends_in_tig(const Name255& name) {
 
 }  // namespace
 
+RcvCase rcv_case(const Session& s) {
+    const CaseState& cs = s.cs;
+    RcvCase rc;
+    rc.Nband = cs.Nband;
+    rc.Freq = cs.Freq.data();
+    rc.Wgt = cs.Wgt.data();
+    rc.Absdb = cs.Absdb.data();
+    rc.terrain = cs.terrain();
+    rc.ground = cs.ground();
+    rc.ref = &cs.Gridref;
+    rc.Traj = cs.Traj.data();
+    rc.Npts = cs.Npts;
+    rc.AMBLEVEL = cs.AMBLEVEL.data();
+    rc.AMBSPEC = cs.AMBSPEC.data();
+    rc.Utmzone = cs.Utmzone;
+    rc.Minagl = cs.Minagl;
+    rc.Tfahr = cs.Tfahr;
+    rc.Maxdist = cs.Maxdist;
+    rc.model = s.model;
+    rc.setup_hemi = &cs.Hemi;
+    return rc;
+}
+
+RcvShared rcv_shared(Session& s) {
+    RcvShared shared;
+    shared.Srcfile = &s.cs.Srcfile;
+    shared.Reload = &s.Reload;
+    shared.kept_height = &s.kept.terrz_height;
+    shared.srctable = &s.kept.srctable;
+    shared.hemispheres = &s.kept.hemispheres;
+    shared.current_hemi = &s.current_hemi;
+    return shared;
+}
+
 bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y) {
     for (int n = 0; n < Npts; ++n) {
         const float dx = Traj[n].x - x;
@@ -199,32 +233,8 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
         DBFOPEN(static_cast<int>(nrec), s.Runout, s.dbf);
     }
 
-    RcvCase rc;
-    rc.Nband = cs.Nband;
-    rc.Freq = cs.Freq.data();
-    rc.Wgt = cs.Wgt.data();
-    rc.Absdb = cs.Absdb.data();
-    rc.terrain = cs.terrain();
-    rc.ground = cs.ground();
-    rc.ref = &cs.Gridref;
-    rc.Traj = cs.Traj.data();
-    rc.Npts = cs.Npts;
-    rc.AMBLEVEL = cs.AMBLEVEL.data();
-    rc.AMBSPEC = cs.AMBSPEC.data();
-    rc.Utmzone = cs.Utmzone;
-    rc.Minagl = cs.Minagl;
-    rc.Tfahr = cs.Tfahr;
-    rc.Maxdist = cs.Maxdist;
-    rc.model = s.model;
-    rc.setup_hemi = &cs.Hemi;
-
-    RcvShared shared;
-    shared.Srcfile = &cs.Srcfile;
-    shared.Reload = &s.Reload;
-    shared.kept_height = &s.kept.terrz_height;
-    shared.srctable = &s.kept.srctable;
-    shared.hemispheres = &s.kept.hemispheres;
-    shared.current_hemi = &s.current_hemi;
+    const RcvCase rc = rcv_case(s);
+    RcvShared shared = rcv_shared(s);
 
     // Names of blank-named receivers, which stay in the records.
     const bool tig = ends_in_tig(s.Runout);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "batch/session.h"
+#include "path/rcvhist.h"
 
 namespace tn {
 
@@ -28,6 +29,10 @@ bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y);
 long GRIDRECV(int Iicount, int Jjcount, int Iifirst, int Iilast, int Jjfirst, int Jjlast, const GRIDHEAD& Terrhead,
               int Utmzone, std::vector<SITEREC>& Recv, const TRAJPOINT* Traj, int Npts, float Maxdist,
               int Nclass, const Name255& Classfile, AmbientRaster& ambient);
+
+// What a receiver's history reads of the case, and the values it shares from receiver to receiver.
+RcvCase rcv_case(const Session& s);
+RcvShared rcv_shared(Session& s);
 
 // The runs of the script commands `grid`/`Grid` and `site`; each reads its block from the script.
 void grid_run(Session& s);
