@@ -116,40 +116,6 @@ TEST(Wxfit, AboveEveryLevelExtrapolatesFromTheTop) {
     EXPECT_NEAR(both.Cb, -0.015f, 5e-5f);
 }
 
-// The least-squares case: source at 200 m (level 3), receiver at 5 m (level 1): rows for levels 1
-// and 2 and the two ends, four rows for three unknowns. The reference is the normal equations
-// solved in double precision over the same rows, a method independent of the QR of SGELS.
-TEST(Wxfit, LeastSquaresOverTheLevelsBetweenTheEnds) {
-    const Fit f = fit(three_levels(kEast), 0.0f, 0.0f, 200.0f, 1000.0f, 0.0f, 5.0f);
-    // Rows (z, c): level 1 (10, 340), level 2 (100, 338), source (200, 336.5), receiver (5, 340).
-    const double z[4] = {10, 100, 200, 5};
-    const double c[4] = {340, 338, 336.5, 340};
-    double n[3][4] = {};
-    for (int r = 0; r < 4; ++r) {
-        const double row[3] = {std::log(z[r] / 10.0 + 1.0), z[r], 1.0};
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) n[i][j] += row[i] * row[j];
-            n[i][3] += row[i] * c[r];
-        }
-    }
-    // Gaussian elimination on the 3 by 3 system.
-    for (int p = 0; p < 3; ++p) {
-        for (int i = p + 1; i < 3; ++i) {
-            const double q = n[i][p] / n[p][p];
-            for (int j = p; j < 4; ++j) n[i][j] -= q * n[p][j];
-        }
-    }
-    double x[3];
-    for (int i = 2; i >= 0; --i) {
-        double s = n[i][3];
-        for (int j = i + 1; j < 3; ++j) s -= n[i][j] * x[j];
-        x[i] = s / n[i][i];
-    }
-    EXPECT_NEAR(f.Ca, x[0], 1e-3 * std::fabs(x[0]) + 1e-4);
-    EXPECT_NEAR(f.Cb, x[1], 1e-3 * std::fabs(x[1]) + 1e-6);
-    EXPECT_NEAR(f.Cc, 336.5f, 3e-5f);   // the fitted constant is replaced
-}
-
 // Ends at the same height have the same values: the gradient is 0 / 0, not a number, passed on.
 TEST(Wxfit, EqualHeightsGiveNotANumber) {
     const Fit f = fit(three_levels(kEast), 0.0f, 0.0f, 150.0f, 1000.0f, 0.0f, 150.0f);
