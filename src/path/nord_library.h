@@ -17,8 +17,8 @@ namespace tn {
 //   2 X[n], distance from the source  13 Wextra1
 //   3 Z[n], absolute terrain height   14 Wextra2
 //   4 G[n], ground value              15 a parameter no weather file sets: always 0.0
-//   5 source x, y, height above ground 16 Wextra3
-//   6 receiver x, y, height above gr. 17 Nordpar2
+//   5 source x, y, z above ground   16 Wextra3
+//   6 receiver x, y, z above ground 17 Nordpar2
 //   7 Nband                           18 Nordpar3
 //   8 band frequencies [Nband], Hz    19 Nordpar1
 //   9 wind value                      20 Gterm[Nband], out: dB re free field, 32-bit floats, in place

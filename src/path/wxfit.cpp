@@ -51,14 +51,14 @@ void least_squares(int m, int n, float* a, float* b, float* work) {
 
 void WXFIT(const WeatherState& wx, const float src[2], float zs, const float rcv[2], float zr, float& Ca, float& Cb,
            float& Cc, int& Hdg, float& Tgrad, double& Wsrc) {
-    // 1. Heading. Deliberate: 3.1415296, not pi; the heading of the tables is found with it.
+    // Heading of the path. Deliberate: 3.1415296, not pi; the heading of the tables is found with it.
     const float a = std::atan2(rcv[1] - src[1], rcv[0] - src[0]);
     const float compass = 90.0f - a * 180.0f / 3.1415296f;
     Hdg = std::isfinite(compass) ? static_cast<int>(std::lround(compass)) : 360;   // no number: stays in the tables
     if (Hdg < 1) Hdg = Hdg + 360;
     const std::size_t h = static_cast<std::size_t>(Hdg - 1);
 
-    // 2. Levels of the two ends.
+    // Levels of the two ends.
     const int top = wx.Wxcount > 1 ? wx.Wxcount : 1;
     const int ks = level_above(wx, top, zs);
     const int kr = level_above(wx, top, zr);
@@ -66,7 +66,7 @@ void WXFIT(const WeatherState& wx, const float src[2], float zs, const float rcv
     int kmax = ks < kr ? kr : ks;
     if (kmax == kmin) kmax = kmin + 1;
 
-    // 3, 4. Values at the two ends; the wind at the source only.
+    // Values at the two ends; the wind at the source only.
     auto ceff = [h](const WXLEVEL& l) { return l.Ceff[h]; };
     auto temp = [](const WXLEVEL& l) { return l.Temp; };
     auto wind = [h](const WXLEVEL& l) { return l.Windc[h]; };
@@ -76,7 +76,7 @@ void WXFIT(const WeatherState& wx, const float src[2], float zs, const float rcv
     const float cr = at_height(wx, kr, zr, ceff);
     const float tr = at_height(wx, kr, zr, temp);
 
-    // 5, 6. The two systems, column-major: A (m by 3) with c, B (m by 2) with t.
+    // The two systems, column-major: A (m by 3) with c, B (m by 2) with t.
     const int m = kmax - kmin + 2;
     float A[kMaxRows * 3];
     float B[kMaxRows * 2];
@@ -110,14 +110,14 @@ void WXFIT(const WeatherState& wx, const float src[2], float zs, const float rcv
     b_row(m - 1, zs);
     t[m - 1] = ts;
 
-    // 7, 8. The fits; the second one's solution is not read.
+    // The fits; the second one's solution is not read.
     least_squares(m, 3, A, c, work);
     Ca = c[0];
     Cb = c[1];
     Cc = c[2];
     least_squares(m, 2, B, t, work);
 
-    // 9. What the path gets: the temperature gradient between the ends, and the constant at the source.
+    // What the path gets: the temperature gradient between the ends, and the constant at the source.
     Tgrad = (ts - tr) / (zs - zr);
     Cc = cs;
 }
