@@ -307,6 +307,10 @@ void setup_weather(Session& s) {
         cs.Tfahr = cs.Wx.param.Tempc * 1.8f + 32.0f;
         cs.Rh = cs.Wx.param.Relh;
     } else {
+        if (cs.Wx.Wxcount < 1) {
+            throw file_error(cs.Weatherfile.str(), 8,
+                             "the weather profile has no levels: its first level line has a blank label");
+        }
         // Deliberately unconverted: the level's Celsius temperature goes on as if Fahrenheit.
         cs.Tfahr = cs.Wx.levels[0].Temp;
         cs.Rh = cs.Wx.levels[0].Relhum;

@@ -197,6 +197,11 @@ TEST(Setup, ClearStopsOfACaseThatCannotBeBuilt) {
          },
          "does not begin with \"Flight track\""},
         {[](SetupCase& c) {
+             c.dir.write("wx.txt", "profile\n\n\n\n\n\n\n        10.00\n");
+             c.ctl[4] = c.dir.path("wx.txt");
+         },
+         "the weather profile has no levels"},
+        {[](SetupCase& c) {
              c.dir.write("g.txt", "x");
              c.ctl[1] = c.dir.path("g.txt");
          },
