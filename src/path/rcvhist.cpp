@@ -135,6 +135,8 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
                 E4 += std::pow(10.0f, Levfree[i] * 0.1f);
             }
             // The free-field pair (E3, E4) is formed all the same and goes nowhere.
+            (void)E3;
+            (void)E4;
             aw_ground = 10.0f * std::log10(E1);
             flat_ground = 10.0f * std::log10(E2);
         } else {
