@@ -271,8 +271,12 @@ void READGRID(std::string& Title, int& Ntitle, int& Utmzone, FloatGrid& Z, Float
 
     head.X0 = ref.Xuser - head.DX * (Iref - 1.0f);
     head.Y0 = ref.Yuser - head.DY * (Jref - 1.0f);
-    for (int j = 1; j <= std::max(ny0, 0); ++j) {
-        for (int i = 1; i <= std::max(nx0, 0); ++i) {
+    // A grid without nodes in one direction has none at all: a count of 0 beside a count of two
+    // thousand million must not walk the other one.
+    const int nodes_i = nx0 > 0 && ny0 > 0 ? nx0 : 0;
+    const int nodes_j = nodes_i > 0 ? ny0 : 0;
+    for (int j = 1; j <= nodes_j; ++j) {
+        for (int i = 1; i <= nodes_i; ++i) {
             X(i, j) = head.X0 + head.DX * static_cast<float>(i - 1);
             Y(i, j) = head.Y0 + head.DY * static_cast<float>(j - 1);
         }

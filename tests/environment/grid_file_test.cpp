@@ -2,6 +2,7 @@
 // expected values are the numbers put into them; the lengths in metres are hand calculations.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -272,6 +273,18 @@ TEST(READGRID, FailuresEndTheRunWithFileAndOffset) {
         const std::string m = error_of(c.bytes);
         EXPECT_NE(m.find("case.bin: " + std::string(c.message)), std::string::npos) << m;
     }
+}
+
+// Found by fuzzing: counts of 0 by two thousand million (GRIDSCAN lets counts below 1 through, as
+// empty grids) made READGRID walk the long direction node by node although no node exists.
+TEST(READGRID, NoNodeInOneDirectionIsAnEmptyGridAtOnce) {
+    const auto start = std::chrono::steady_clock::now();
+    const Loaded g = load(Bytes().version(1, 0).tag("NINJ", 2).i(0).i(2000000000).tag("ENDF", 0).b);
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(g.head.NX, 0);
+    EXPECT_EQ(g.head.NY, 2000000000);
+    EXPECT_TRUE(g.X.v.empty() && g.Y.v.empty() && g.Z.v.empty());
+    EXPECT_LT(took, std::chrono::seconds(2));
 }
 
 // Truncated and randomly altered files must end in success or a RunError, never in a crash, a hang
