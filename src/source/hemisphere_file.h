@@ -9,7 +9,9 @@
 // Any numeric netCDF type is taken and converted to float. Other variables, attributes and units
 // are ignored. A value equal to the variable's fill value (its _FillValue, or netCDF's default for
 // the type) is missing and refused, as is a NaN or infinite one: a CDL data section that is short
-// of numbers is caught this way instead of giving fill values as levels.
+// of numbers is caught this way instead of giving fill values as levels. The header of a classic
+// file (CDF-1, -2, -5) is checked before the library reads it: counts and names that its bytes cannot
+// hold, unknown types or dimension ids, and data reaching beyond the end of the file are refused.
 #pragma once
 
 #include <string>

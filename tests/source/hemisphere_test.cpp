@@ -26,6 +26,8 @@ struct HemiFile {
     std::vector<float> freq{250.0f, 1000.0f}, azimuth{}, polar{}, level{};   // level [azimuth][polar][band]
     double refdist = 304.8;
     bool has_level = true, level_written = true, level_transposed = false, has_refdist = true;
+    int format = 0;                   // NC_64BIT_OFFSET, NC_64BIT_DATA: the later classic forms
+    bool azimuth_unlimited = false;   // azimuth as the record dimension
 };
 
 // A folder of the test's own, removed at its end: the tests of this file may run at once.
@@ -39,9 +41,9 @@ struct TempDir {
 
 std::string write_hemi(const fs::path& path, const HemiFile& h) {
     int id = 0, df = 0, da = 0, dp = 0, vf = 0, va = 0, vp = 0, vl = 0;
-    EXPECT_EQ(nc_create(path.c_str(), NC_CLOBBER, &id), NC_NOERR);
+    EXPECT_EQ(nc_create(path.c_str(), NC_CLOBBER | h.format, &id), NC_NOERR);
     nc_def_dim(id, "frequency", h.freq.size(), &df);
-    nc_def_dim(id, "azimuth", h.azimuth.size(), &da);
+    nc_def_dim(id, "azimuth", h.azimuth_unlimited ? NC_UNLIMITED : h.azimuth.size(), &da);
     nc_def_dim(id, "polar", h.polar.size(), &dp);
     nc_def_var(id, "frequency", NC_FLOAT, 1, &df, &vf);
     nc_def_var(id, "azimuth", NC_FLOAT, 1, &da, &va);
@@ -51,9 +53,15 @@ std::string write_hemi(const fs::path& path, const HemiFile& h) {
     if (h.has_refdist) nc_put_att_double(id, NC_GLOBAL, "reference_distance", NC_DOUBLE, 1, &h.refdist);
     nc_enddef(id);
     nc_put_var_float(id, vf, h.freq.data());
-    nc_put_var_float(id, va, h.azimuth.data());
     nc_put_var_float(id, vp, h.polar.data());
-    if (h.has_level && h.level_written) nc_put_var_float(id, vl, h.level.data());
+    if (h.azimuth_unlimited) {   // records are written with their count
+        const std::size_t start[3] = {0, 0, 0}, count[3] = {h.azimuth.size(), h.polar.size(), h.freq.size()};
+        nc_put_vara_float(id, va, start, count, h.azimuth.data());
+        if (h.has_level && h.level_written) nc_put_vara_float(id, vl, start, count, h.level.data());
+    } else {
+        nc_put_var_float(id, va, h.azimuth.data());
+        if (h.has_level && h.level_written) nc_put_var_float(id, vl, h.level.data());
+    }
     EXPECT_EQ(nc_close(id), NC_NOERR);
     return path.string();
 }
@@ -199,6 +207,58 @@ TEST(Loadonehemi, BrokenFilesNameTheFileAndTheFault) {
             EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << e.what();
         }
         EXPECT_EQ(rec.Nfreq, 7) << "a failed load leaves the record as it was: " << c.path;
+    }
+}
+
+// Found by fuzzing. The netCDF library takes the counts of a classic header on trust: these 293
+// bytes claim 1 526 726 656 dimensions, and the library's way out of the failed allocation ended the
+// program with a segmentation fault. And a file cut inside its data read as zeros where the levels
+// were missing. Both are refused by name now; the later classic forms and a record dimension, whose
+// data lie otherwise, still load.
+TEST(Loadonehemi, DamagedClassicHeadersAndCutDataAreRefused) {
+    const TempDir dir;
+    const char* const crash_hex =
+        "43444601000000000000000a5b00000003000000096672657175656e6379000000000000030000000743444601000000"
+        "00000a0000000000000000000000000000000000003f0000000000000000000000000000000000000000000000000000"
+        "00a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2"
+        "a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2"
+        "a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2a2000000000000000000000000000000000000000000000000000000000000"
+        "00000003000000717a696d757468000000000400000005706f6c617200000000096672657175656e6379007900000000"
+        "0000000003";
+    std::string crash;
+    for (const char* p = crash_hex; *p; p += 2) crash.push_back(static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16)));
+    ASSERT_EQ(crash.size(), 293u);
+    std::ofstream(dir / "crash.nc", std::ios::binary) << crash;
+
+    auto cut = [&dir](const char* name, const HemiFile& h, std::size_t drop) {
+        const fs::path p = dir / name;
+        write_hemi(p, h);
+        fs::resize_file(p, fs::file_size(p) - drop);
+        return p.string();
+    };
+    auto with = [](auto change) { HemiFile h = turn_grid(); change(h); return h; };
+    const HemiFile cdf2 = with([](HemiFile& h) { h.format = NC_64BIT_OFFSET; });
+    const HemiFile cdf5 = with([](HemiFile& h) { h.format = NC_64BIT_DATA; });
+    const HemiFile records = with([](HemiFile& h) { h.azimuth_unlimited = true; });
+    for (const HemiFile& h : {cdf2, cdf5, records}) {
+        EXPECT_EQ(load(write_hemi(dir / "whole.nc", h)).Level, turn_grid().level);
+    }
+    const struct { std::string path; const char* message; } cases[] = {
+        {(dir / "crash.nc").string(), "not a readable netCDF file (its header ends inside a dimension's name at byte 20"},
+        {cut("cut.nc", turn_grid(), 8), "not a readable netCDF file (the data of variable 'level' reach byte"},
+        {cut("cut2.nc", cdf2, 8), "the data of variable 'level' reach byte"},
+        {cut("cut5.nc", cdf5, 8), "the data of variable 'level' reach byte"},
+        {cut("cutrec.nc", records, 8), "the data of variable"},
+    };
+    for (const auto& c : cases) {
+        HEMIREC rec;
+        try {
+            tn::LOADONEHEMI(tn::Name255(c.path), rec);
+            ADD_FAILURE() << c.path << " loaded";
+        } catch (const tn::RunError& e) {
+            EXPECT_EQ(std::string(e.what()).rfind(c.path + ": ", 0), 0u) << e.what();
+            EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << e.what();
+        }
     }
 }
 
