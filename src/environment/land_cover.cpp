@@ -1,6 +1,7 @@
 #include "environment/land_cover.h"
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -55,11 +56,18 @@ struct Prjangles {
     double parallel1 = 0.0, parallel2 = 0.0, meridian = 0.0, origin = 0.0;
 };
 
-// Degrees, minutes and seconds packed as DDDMMMSSS.SS for the projection package.
+// Degrees, minutes and seconds packed as DDDMMMSSS.SS for the projection package. An angle that is
+// not finite is refused: no projection can be made of it, and the conversion of every node would set
+// one up anew (a NaN never matches the parameters of the projection set up before).
 double packed_angle(TextFile& prj, const char* what) {
     double deg = 0.0, min = 0.0, sec = 0.0;
     list_read_or_fail(prj, what, deg, min, sec);
-    return deg * 1000000.0 + min * 1000.0 + sec;
+    const double packed = deg * 1000000.0 + min * 1000.0 + sec;
+    if (!std::isfinite(packed)) {
+        throw file_error(prj.name(), prj.record_number(),
+                         "expected finite " + std::string(what) + ", found " + show(deg) + " " + show(min) + " " + show(sec));
+    }
+    return packed;
 }
 
 Prjangles read_prj(const std::string& name) {

@@ -107,7 +107,8 @@ TEST(Readcover, ClassTable) {
 }
 
 TEST(Readcover, BrokenInputsStopWithTheFileAndValue) {
-    const struct { const char* table; std::vector<float> cells; const char* order; const char* gone; const char* expect; } kCases[] = {
+    const struct { const char* table; std::vector<float> cells; const char* order; const char* change; const char* expect; } kCases[] = {
+        // change: a file removed, or "nan" or "inf" put in place of the second parallel's degrees
         {"h\n0, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:2: class 0 is outside 1 to 200"},
         {"h\n11 1\n201, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:3: class 201 is outside 1 to 200"},
         {"h\nx, 5\n", {1, 1, 1, 1}, "LSB", "", "GroundImpedance.csv:2: item 1: expected"},
@@ -116,13 +117,24 @@ TEST(Readcover, BrokenInputsStopWithTheFileAndValue) {
         {"h\n", {1, 1, 1, 1}, "msbfirst", "", "c.hdr:7: expected the byte order LSB or MSB, found 'msbfirst'"},
         {"h\n", {1, 1, 1}, "LSB", "", "c.flt: byte 12: unexpected end of file, expected 2 by 2 floats"},
         {"h\n", {1, 1, 1, 1}, "LSB", "c.prj", "c.prj: cannot open"},
+        // Found by reading what fuzzing reached: a NaN angle set up a projection for every node,
+        // each looked for among all before it (minutes for a raster of 300 by 300 cells).
+        {"h\n", {1, 1, 1, 1}, "LSB", "nan", "c.prj:10: expected finite degrees, minutes and seconds of the second "
+                                           "standard parallel, found nan 30 0"},
+        {"h\n", {1, 1, 1, 1}, "LSB", "inf", "c.prj:10: expected finite degrees"},
         {"h\n", {1, 1, 1, 1}, "LSB", "rnd/GroundImpedance.csv", "GroundImpedance.csv: cannot open"},
     };
     for (const auto& c : kCases) {
         ScratchDir d;
         write_sidecars(d, 2, 2, 100000.0, 1500000.0, 30.0, c.order, c.table);
         write_floats(d / "c.flt", c.cells, false);
-        if (*c.gone) std::filesystem::remove(d / c.gone);
+        if (std::string(c.change) == "nan" || std::string(c.change) == "inf") {
+            std::string prj = kPrj;
+            prj.replace(prj.find("  45  30"), 4, std::string(" ") + c.change);
+            write_text(d / "c.prj", prj);
+        } else if (*c.change) {
+            std::filesystem::remove(d / c.change);
+        }
         std::string msg = "no failure";
         try { Cover().read(d / "c.flt", d.path.string()); } catch (const RunError& e) { msg = e.what(); }
         EXPECT_NE(msg.find(c.expect), std::string::npos) << msg;
