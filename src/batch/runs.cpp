@@ -1,5 +1,6 @@
 #include "batch/runs.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -225,7 +226,9 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
     const bool table = s.Runout.contains(".dbf");
     s.run_output = s.Runout.str();
     if (table) {
-        const long long nrec = static_cast<long long>(cs.Npts) * Nrecv;
+        // A block whose span is negative in one direction holds no receiver: a table of no records,
+        // not one that declares a negative number of them.
+        const long long nrec = static_cast<long long>(cs.Npts) * std::max(Nrecv, 0L);
         if (nrec > 2147483647LL) {
             throw file_error(s.Runout.str(), 0,
                              "the table would hold " + std::to_string(nrec) + " records; a .dbf holds at most 2147483647");

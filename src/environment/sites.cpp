@@ -34,6 +34,9 @@ void give_up(Name255& Siteerr, int& Nsites, int& Nbound) {
 void read_sit(TextFile& unit, std::vector<SITEREC>& Sites, int& Nsites, float Boundx[12], float Boundy[12],
               int& Nbound, Name255& Siteerr) {
     if (list_read(unit, Nbound) == IoStatus::Error) return give_up(Siteerr, Nsites, Nbound);
+    // A negative count reads no pair, and none stands: it is 0, so that nothing downstream counts
+    // by it (a table declared with a negative number of records).
+    if (Nbound < 0) Nbound = 0;
     if (Nbound > 0) {
         ListReader r(unit);   // the pairs are one list over as many lines as they take
         for (int k = 0; k < Nbound && r.status() == IoStatus::Ok; ++k) {
@@ -46,6 +49,7 @@ void read_sit(TextFile& unit, std::vector<SITEREC>& Sites, int& Nsites, float Bo
         if (Nbound > kMaxBounds) Nbound = kMaxBounds;
     }
     if (list_read(unit, Nsites) == IoStatus::Error) return give_up(Siteerr, Nsites, Nbound);
+    if (Nsites < 0) Nsites = 0;   // as for Nbound
     if (Nsites > kMaxSites) too_many_sites(unit);
     for (int i = 0; i < Nsites; ++i) {
         SITEREC& s = Sites[static_cast<std::size_t>(i)];

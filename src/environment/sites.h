@@ -35,7 +35,8 @@ inline constexpr const char* kSiteFileProblem =
 // one line per site: x, y (metres, kept as they are), z (feet), Name. A height below 0.001 feet is
 // raised to it, and then the z of all 1000 records, also those behind the count, is divided by
 // 3.2808. An end of file is no failure here (the items keep what they held); a value that is not a
-// number gives Siteerr and Nsites = Nbound = 0. More than 1000 sites stop the run.
+// number gives Siteerr and Nsites = Nbound = 0. A negative count reads none and is 0. More than
+// 1000 sites stop the run.
 //
 // Any other name is a list: line 1 passed over, then x, y (double), z (metres, as read), Name per
 // line to the end of the file. A pair with |x| below 1000 is geographic (longitude, latitude in

@@ -89,6 +89,13 @@ TEST(READSITES, SitFileMoreThan12PairsNoBoundsAndEndOfFile) {
     EXPECT_EQ(none.Nbound, 0);
     EXPECT_EQ(none.Nsites, 1);
 
+    // Found by fuzzing: a negative count stayed negative and went on into the count of a table's
+    // records. It reads none, and is 0.
+    const Result negative = read(s, "negative.sit", "-3\n-7\n5 6 7 unread\n");
+    EXPECT_EQ(negative.Siteerr, "none");
+    EXPECT_EQ(negative.Nbound, 0);
+    EXPECT_EQ(negative.Nsites, 0);
+
     const Result empty = read(s, "empty.sit", "");
     EXPECT_EQ(empty.Siteerr, "none");   // an end of file counts as read: no sites, no message
     EXPECT_EQ(empty.Nsites, 0);
