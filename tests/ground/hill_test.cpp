@@ -8,12 +8,10 @@
 
 namespace {
 
-using tn::XZPT;
-
-float hill(const XZPT K[5], float Hs, float Hr, float sigma, float f) {
-    // Ground planes K1-K2 and K4-K5 are horizontal in these cases: images straight below.
-    const XZPT S[2] = {{K[0].x, K[0].z + Hs}, {K[0].x, K[0].z - Hs}};
-    const XZPT R[2] = {{K[4].x, K[4].z + Hr}, {K[4].x, K[4].z - Hr}};
+// Level over a hill whose ground planes K1-K2 and K4-K5 are horizontal: images straight below.
+float hill(const tn::XZPT K[5], float Hs, float Hr, float sigma, float f) {
+    const tn::XZPT S[2] = {{K[0].x, K[0].z + Hs}, {K[0].x, K[0].z - Hs}};
+    const tn::XZPT R[2] = {{K[4].x, K[4].z + Hr}, {K[4].x, K[4].z - Hr}};
     float out = 0.0f;
     tn::HILLFULL(Hs, Hr, K, S, R, sigma, sigma, sigma, f, out);
     return out;
@@ -26,25 +24,18 @@ float hill(const XZPT K[5], float Hs, float Hr, float sigma, float f) {
 // receiver on a rigid plane (each end's image coincides with it). Measured within 0.31 dB from
 // 250 Hz to 8 kHz, drifting low with frequency towards the 0.56 dB by which the model's Fresnel
 // tail falls short in the asymptote (see wedge.h), hence 0.6 dB; the level falls 3 dB per octave
-// as it must.
+// as it must. The angles are from the screen's face, the receiver's through the air.
 TEST(Hillfull, KnifeEdgeDeepShadowMatchesKeller) {
-    const XZPT K[5] = {{0, 0}, {50, 0}, {50, 10}, {50, 0}, {100, 0}};
-    const double pi = 3.141592653589793;
-    const double r = std::hypot(50.0, 10.0);
-    const double phis = std::atan2(50.0, 10.0);    // source angle from the screen's face
-    const double phir = 2.0 * pi - phis;           // receiver angle, through the air
+    const tn::XZPT K[5] = {{0, 0}, {50, 0}, {50, 10}, {50, 0}, {100, 0}};
+    const double r = std::hypot(50.0, 10.0), phis = std::atan2(50.0, 10.0), phir = 2.0 * M_PI - phis;
     const double secsum = 1.0 / std::cos((phir - phis) / 2.0) + 1.0 / std::cos((phir + phis) / 2.0);
     float previous = 0.0f;
     for (float f : {250.0f, 500.0f, 1000.0f, 2000.0f, 4000.0f, 8000.0f}) {
-        const double k = 2.0 * pi * f / 340.0;
-        const double ud = std::abs(secsum) / std::sqrt(8.0 * pi * k) / std::sqrt(r * r * 2.0 * r);
-        const double keller = 20.0 * std::log10(ud * 100.0) + 20.0 * std::log10(4.0);
+        const double ud = std::abs(secsum) / std::sqrt(8.0 * M_PI * 2.0 * M_PI * f / 340.0) / std::sqrt(r * r * 2.0 * r);
         const float level = hill(K, 0.0f, 0.0f, 1e9f, f);
-        EXPECT_NEAR(level, keller, 0.6) << "f = " << f;
+        EXPECT_NEAR(level, 20.0 * std::log10(ud * 100.0) + 20.0 * std::log10(4.0), 0.6) << "f = " << f;
         EXPECT_LT(level, -7.0f) << "deep shadow, though both ends gain 6 dB from the rigid ground";
-        if (f > 250.0f) {
-            EXPECT_NEAR(previous - level, 3.0f, 0.2f) << "f = " << f;
-        }
+        EXPECT_TRUE(f == 250.0f || std::abs(previous - level - 3.0f) <= 0.2f) << "f = " << f << ": " << previous - level;
         previous = level;
     }
 }
@@ -56,33 +47,14 @@ TEST(Hillfull, KnifeEdgeDeepShadowMatchesKeller) {
 // or the crest the model does not reduce to flat ground, since reflections off the flanks are no
 // rays of its own (a 5 cm bump at mid-path with both ends at 1.5 m differs by up to 12 dB).
 TEST(Hillfull, LowCrestAwayFromTheSpecularPointTendsToFlatGround) {
-    const XZPT K[5] = {{0, 0}, {15, 0}, {20, 0.01f}, {25, 0}, {100, 0}};
-    struct Heights { float Hs, Hr; };
-    for (const Heights h : {Heights{10, 10}, Heights{10, 2}, Heights{5, 1.5f}}) {
-        for (float sigma : {200.0f, 20000.0f, 1e7f}) {
+    const tn::XZPT K[5] = {{0, 0}, {15, 0}, {20, 0.01f}, {25, 0}, {100, 0}};
+    for (const auto& [Hs, Hr] : {std::pair{10.0f, 10.0f}, {10.0f, 2.0f}, {5.0f, 1.5f}})
+        for (float sigma : {200.0f, 20000.0f, 1e7f})
             for (float f : {63.0f, 125.0f, 250.0f, 500.0f, 1000.0f, 2000.0f, 4000.0f}) {
                 float amean, flat;
-                tn::FLATFULL(50, 50, h.Hs, h.Hr, sigma, sigma, 0, 0, 0, f, amean, flat);
-                EXPECT_NEAR(hill(K, h.Hs, h.Hr, sigma, f), flat, 1.0)
-                    << "Hs " << h.Hs << " Hr " << h.Hr << " sigma " << sigma << " f " << f;
+                tn::FLATFULL(50, 50, Hs, Hr, sigma, sigma, 0, 0, 0, f, amean, flat);
+                EXPECT_NEAR(hill(K, Hs, Hr, sigma, f), flat, 1.0) << Hs << " " << Hr << ", sigma " << sigma << ", f " << f;
             }
-        }
-    }
-}
-
-// Reciprocity: with one resistivity everywhere, exchanging source and receiver (mirroring the
-// terrain) leaves the level unchanged. The two ends are worked by separate, mirrored formulas, so
-// this catches a slip in either.
-TEST(Hillfull, ReciprocityOfMirroredPaths) {
-    const XZPT K[5] = {{0, 0}, {30, 2}, {45, 12}, {70, 1}, {120, 0}};
-    XZPT M[5];
-    for (int i = 0; i < 5; ++i) M[i] = {120.0f - K[4 - i].x, K[4 - i].z};
-    for (float sigma : {200.0f, 1e7f}) {
-        for (float f : {125.0f, 1000.0f}) {
-            EXPECT_NEAR(hill(K, 2.0f, 5.0f, sigma, f), hill(M, 5.0f, 2.0f, sigma, f), 0.02)
-                << "sigma " << sigma << " f " << f;
-        }
-    }
 }
 
 }  // namespace
