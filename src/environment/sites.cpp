@@ -1,6 +1,7 @@
 #include "environment/sites.h"
 
 #include <cmath>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -125,6 +126,15 @@ void load_raster(const Name255& Classfile, AmbientRaster& raster) {
         throw file_error(f.name(), f.record_number(),
                          "a class raster of " + std::to_string(columns) + " by " + std::to_string(rows) +
                              " cells is too large");
+    }
+    // Every value takes a character of the file at least, and a repeat count ("100000000*1") stands
+    // for no more: a head of more cells than that would make a few bytes fill gigabytes.
+    std::error_code ec;
+    const auto bytes = std::filesystem::file_size(f.name(), ec);
+    if (!ec && static_cast<unsigned long long>(cells) > bytes) {
+        throw file_error(f.name(), f.record_number(),
+                         "a class raster of " + std::to_string(columns) + " by " + std::to_string(rows) +
+                             " cells cannot stand in a file of " + std::to_string(bytes) + " bytes");
     }
     head_value(f, "the longitude of the lower left corner", raster.xcorner);
     head_value(f, "the latitude of the lower left corner", raster.ycorner);

@@ -64,7 +64,8 @@ struct AmbientRaster {
 // longitude and latitude (UTMTOLL, double precision), cells centred on their grid positions, a
 // receiver outside the raster taking the nearest edge cell. The class is not checked against the
 // number of classes. Loads `raster` from Classfile on the first call; a raster that cannot be read
-// stops the run with a message naming the file and the line.
+// stops the run with a message naming the file and the line, as does a head of more cells than the
+// file has characters (repeat counts "r*v" cannot make a few bytes stand for more).
 int AMBLOOK(float x, float y, int Utmzone, const Name255& Classfile, AmbientRaster& raster);
 
 }  // namespace tn

@@ -227,6 +227,12 @@ TEST(AMBLOOK, CellsCentredOnGridPositionsEdgesLimitedAndLoadedOnce) {
 
 TEST(AMBLOOK, ARasterThatCannotBeReadEndsTheRun) {
     Scratch s;
+    {
+        AmbientRaster repeated;   // repeat counts within the file's size are read as any values
+        const std::string text = "ncols 3\nnrows 2\nxllcorner 13.0\nyllcorner 52.0\ncellsize 0.01\nNODATA_value 0\n3*4 2*5 6\n";
+        AMBLOOK(400000.0f, 5800000.0f, 33, Name255(s.file("repeated.asc", text)), repeated);
+        EXPECT_EQ(repeated.cls, (std::vector<int>{5, 5, 6, 4, 4, 4}));   // the southern row first
+    }
     struct Case { std::string text; const char* message; };
     const std::string head = "ncols 3\nnrows 2\nxllcorner 13.0\nyllcorner 52.0\ncellsize 0.01\nNODATA_value -9999\n";
     const Case cases[] = {
@@ -235,6 +241,11 @@ TEST(AMBLOOK, ARasterThatCannotBeReadEndsTheRun) {
         {"ncols                         3\n", "classes.asc:1: item 1: end of file"},   // value past 20 columns
         {"ncols 0\nnrows 2\n", "classes.asc:2: expected positive column and row counts"},
         {"ncols 3\n", "classes.asc:2: unexpected end of file"},
+        // Met with the fuzz target of the ambient files: 135 bytes whose repeat counts stand for 400
+        // million cells took 3.2 GB.
+        {"ncols 20000\nnrows 20000\nxllcorner 13.0\nyllcorner 52.0\ncellsize 0.01\nNODATA_value -9999\n" +
+             std::string("100000000*1 100000000*1 100000000*1 100000000*1\n"),
+         "classes.asc:2: a class raster of 20000 by 20000 cells cannot stand in a file of 135 bytes"},
     };
     for (const Case& c : cases) {
         AmbientRaster raster;
