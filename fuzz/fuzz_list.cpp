@@ -1,7 +1,8 @@
 // Free-format reads over a file in memory and over a single record.
 //   byte 0: how many read statements; bytes 1 to 8: the kinds of the items of each statement
-//   (two bits each: integer, real, double, text; the count of items is the low three bits of
-//   byte 1 plus one); the rest: the text.
+//   (two bits each: integer, real, double, text; the count of items is four times the low three
+//   bits of byte 1, plus one), then, when the top bit of byte 8 is set, byte 7 shifted by byte 8 reals
+//   dropped; the rest: the text.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,6 +30,7 @@ void statement(tn::RecordSource& src, const std::uint8_t* kinds, int items, bool
             default: (k % 2 ? r.read(s) : r.read(w)); break;
         }
     }
+    if (kinds[7] & 0x80) r.skip_reals(static_cast<long long>(kinds[6]) << (kinds[7] % 40));
     (void)r.items_read();
     (void)r.problem();
     if (or_fail && r.status() != tn::IoStatus::Ok) r.fail("fuzzed items");

@@ -1,5 +1,6 @@
 #include "environment/sites.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <string>
@@ -40,12 +41,13 @@ void read_sit(TextFile& unit, std::vector<SITEREC>& Sites, int& Nsites, float Bo
     if (Nbound < 0) Nbound = 0;
     if (Nbound > 0) {
         ListReader r(unit);   // the pairs are one list over as many lines as they take
-        for (int k = 0; k < Nbound && r.status() == IoStatus::Ok; ++k) {
-            float bx = 0.0f;
-            float by = 0.0f;
-            r.read(k < kMaxBounds ? Boundx[k] : bx);   // pairs past the 12 places are read and dropped
-            r.read(k < kMaxBounds ? Boundy[k] : by);
+        for (int k = 0; k < std::min(Nbound, kMaxBounds) && r.status() == IoStatus::Ok; ++k) {
+            r.read(Boundx[k]);
+            r.read(Boundy[k]);
         }
+        // Pairs past the 12 places are read and dropped (at once where a repeat count stands for
+        // many: "1000000000" pairs of "100000000*1" took minutes one by one).
+        if (Nbound > kMaxBounds) r.skip_reals(2LL * (Nbound - kMaxBounds));
         if (r.status() == IoStatus::Error) return give_up(Siteerr, Nsites, Nbound);
         if (Nbound > kMaxBounds) Nbound = kMaxBounds;
     }

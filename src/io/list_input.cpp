@@ -1,5 +1,6 @@
 #include "io/list_input.h"
 
+#include <algorithm>
 #include <cctype>
 
 #include "io/fixed_fields.h"
@@ -182,6 +183,26 @@ IoStatus ListReader::read(double& out) {
     double x = 0.0;
     if (v.kind == Kind::Quoted || !parse_real_field(v.text, 0, x)) return set_error("a real number", v);
     out = x;
+    return status_;
+}
+
+IoStatus ListReader::skip_reals(long long n) {
+    float dropped = 0.0f;
+    while (n > 0 && status_ == IoStatus::Ok) {
+        if (terminated_) {   // nulls to the end of the read
+            item_ += n;
+            return status_;
+        }
+        const bool repeating = repeat_left_ > 0;
+        read(dropped);
+        --n;
+        if (repeating && status_ == IoStatus::Ok) {   // one copy read and checked: the same for the rest
+            const long long take = std::min<long long>(n, repeat_left_);
+            repeat_left_ -= take;
+            item_ += take;
+            n -= take;
+        }
+    }
     return status_;
 }
 

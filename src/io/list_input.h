@@ -43,8 +43,13 @@ public:
         return st;
     }
 
+    // Reads n real numbers and drops them: the same as n reads of a float, but a repeat count
+    // ("100000000*1") and the null items behind a slash are passed over at once, so that the time
+    // taken follows the length of the text, not the count.
+    IoStatus skip_reals(long long n);
+
     IoStatus status() const { return status_; }
-    int items_read() const { return item_; }
+    long long items_read() const { return item_; }
     // What went wrong, for messages: "item 3: expected a real number, found 'abc'".
     const std::string& problem() const { return problem_; }
     // Ends the run with a message naming the file, the line and `what` the read was for.
@@ -76,7 +81,7 @@ private:
     Value repeat_value_;
     bool terminated_ = false;   // a slash was met
     IoStatus status_ = IoStatus::Ok;
-    int item_ = 0;
+    long long item_ = 0;   // a count of repeated values may pass any int
     std::string problem_;
 };
 

@@ -85,6 +85,16 @@ TEST(READSITES, SitFileMoreThan12PairsNoBoundsAndEndOfFile) {
     ASSERT_EQ(r.Nsites, 1);   // the pairs past the 12th were read, so the count follows them
     EXPECT_EQ(r.sites[0].Name, "last");
 
+    // A thousand million pairs by repeat counts, 261 bytes: read and dropped at once (one by one
+    // they took minutes; met with the fuzz target of the site files).
+    std::string repeated = "1000000000\n";
+    for (int k = 0; k < 20; ++k) repeated += "100000000*1 ";
+    const Result thousand_million = read(s, "repeated.sit", repeated + "\n1\n5 6 7 after\n");
+    EXPECT_EQ(thousand_million.Nbound, 12);
+    EXPECT_EQ(thousand_million.Boundy[11], 1.0f);
+    ASSERT_EQ(thousand_million.Nsites, 1);
+    EXPECT_EQ(thousand_million.sites[0].Name, "after");
+
     const Result none = read(s, "zero.sit", "0\n1\n5 6 7 only\n");
     EXPECT_EQ(none.Nbound, 0);
     EXPECT_EQ(none.Nsites, 1);
