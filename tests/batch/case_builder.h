@@ -55,36 +55,22 @@ public:
     // A versioned tagged grid: NX by NY nodes at spacing d, node (1, 1) at (x0, y0), heights z(i, j).
     void write_grid(const std::string& name, const char* tag, int nx, int ny, float d, float x0, float y0,
                     int zone, const std::function<float(int, int)>& z) const {
-        std::ofstream f(dir_ / name, std::ios::binary);
-        auto word = [&f](const void* p) { f.write(static_cast<const char*>(p), 4); };
-        auto i32 = [&word](std::int32_t v) { word(&v); };
-        auto f32 = [&word](float v) { word(&v); };
-        auto rec = [&f, &i32](const char* t, std::int32_t n) {
-            f.write(t, 4);
-            i32(n);
-        };
+        std::string b;
+        auto word = [&b](auto v) { b.append(reinterpret_cast<const char*>(&v), 4); };
+        auto rec = [&](const char* t, std::int32_t n) { b.append(t, 4); word(n); };
         rec("TITL", 4);
-        f.write("GridVers", 8);
-        i32(1);
-        i32(0);
-        rec("UTMZ", 1);
-        i32(zone);
-        rec("USER", 4);
-        f32(x0);
-        f32(y0);
-        f32(0.0f);
-        i32(0);
-        rec("DIDJ", 2);
-        f32(d);
-        f32(d);
-        rec("NINJ", 2);
-        i32(nx);
-        i32(ny);
+        b += "GridVers";
+        word(std::int32_t{1}), word(std::int32_t{0});
+        rec("UTMZ", 1), word(std::int32_t{zone});
+        rec("USER", 4), word(x0), word(y0), word(0.0f), word(std::int32_t{0});
+        rec("DIDJ", 2), word(d), word(d);
+        rec("NINJ", 2), word(std::int32_t{nx}), word(std::int32_t{ny});
         rec(tag, nx * ny);
         for (int i = 1; i <= nx; ++i) {
-            for (int j = 1; j <= ny; ++j) f32(z(i, j));
+            for (int j = 1; j <= ny; ++j) word(z(i, j));
         }
         rec("ENDF", 0);
+        write(name, b);
     }
 
     // A trajectory: 16 head lines, then one line per point of nine numbers.
