@@ -11,38 +11,29 @@
 using namespace tn;
 
 TEST(FormatF, RoundingLeadingZeroSignAndOverflow) {
-    struct Case { double v; int w; int d; const char* text; };
-    const Case cases[] = {
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct { double v; int w; int d; const char* text; } cases[] = {
         {0.125, 5, 2, " 0.12"},      // ties to even on the exact value
-        {0.375, 5, 2, " 0.38"},
-        {2.5, 3, 0, " 2."},
-        {-0.4, 4, 0, " -0."},
+        {0.375, 5, 2, " 0.38"},      {2.5, 3, 0, " 2."},      {-0.4, 4, 0, " -0."},
         {-0.0001, 6, 3, "-0.000"},   // negative rounding to zero keeps its sign
         {0.5, 4, 3, ".500"},         // no room for the leading zero
-        {-0.5, 4, 2, "-.50"},
-        {-0.5, 3, 2, "***"},
-        {1e20, 12, 3, "************"},
+        {-0.5, 4, 2, "-.50"},        {-0.5, 3, 2, "***"},     {1e20, 12, 3, "************"},
         {static_cast<double>(37.8f), 12, 7, "  37.7999992"},   // a float's own digits
-        {123456.5, 12, 0, "     123456."},
-        {0.4, 12, 0, "          0."},
-        {5415.5, 12, 3, "    5415.500"},
+        {123456.5, 12, 0, "     123456."},   {0.4, 12, 0, "          0."},   {5415.5, 12, 3, "    5415.500"},
+        {inf, 12, 3, "    Infinity"},        {-inf, 12, 3, "   -Infinity"},  {inf, 4, 1, " Inf"},
+        {std::nan(""), 12, 3, "         NaN"},
     };
-    for (const Case& c : cases) EXPECT_EQ(fmt_f(c.v, c.w, c.d), c.text) << c.v;
-    EXPECT_EQ(fmt_f(std::numeric_limits<double>::infinity(), 12, 3), "    Infinity");
-    EXPECT_EQ(fmt_f(-std::numeric_limits<double>::infinity(), 12, 3), "   -Infinity");
-    EXPECT_EQ(fmt_f(std::nan(""), 12, 3), "         NaN");
-    EXPECT_EQ(fmt_f(std::numeric_limits<double>::infinity(), 4, 1), " Inf");
+    for (const auto& c : cases) EXPECT_EQ(fmt_f(c.v, c.w, c.d), c.text) << c.v << " " << c.w << "." << c.d;
 }
 
+// Iw.m; m = -1 stands for Iw.
 TEST(FormatI, WidthsLeadingZerosAndAsterisks) {
-    EXPECT_EQ(fmt_i(12345, 4), "****");
-    EXPECT_EQ(fmt_i(-999, 4), "-999");
-    EXPECT_EQ(fmt_i(-1000, 4), "****");
-    EXPECT_EQ(fmt_i(9999, 4), "9999");
-    EXPECT_EQ(fmt_i(0, 4), "   0");
-    EXPECT_EQ(fmt_i(7, 4, 4), "0007");
-    EXPECT_EQ(fmt_i(-7, 4, 4), "****");
-    EXPECT_EQ(fmt_i(12, 3, 3), "012");
-    EXPECT_EQ(fmt_i(1000, 3, 3), "***");   // the thousandth blank site name has no room: "Site***"
-    EXPECT_EQ(fmt_i(0, 3, 0), "   ");
+    const struct { int v, w, m; const char* text; } cases[] = {
+        {12345, 4, -1, "****"}, {-999, 4, -1, "-999"}, {-1000, 4, -1, "****"}, {9999, 4, -1, "9999"},
+        {0, 4, -1, "   0"},     {7, 4, 4, "0007"},    {-7, 4, 4, "****"},    {12, 3, 3, "012"},
+        {1000, 3, 3, "***"},   // the thousandth blank site name has no room: "Site***"
+        {0, 3, 0, "   "},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.m < 0 ? fmt_i(c.v, c.w) : fmt_i(c.v, c.w, c.m), c.text) << c.v << " i" << c.w << "." << c.m;
 }

@@ -5,24 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <tuple>
 
-#include "io/errors.h"
 #include "io/list_input.h"
+#include "io/test_files.h"
 
 using namespace tn;
-
-namespace {
-
-struct Row {
-    int i = -1;
-    float a = -1.0f;
-    std::string s = "unset";
-    int j = -1;
-};
-
-IoStatus read_row(TextFile& f, Row& r) { return list_read(f, r.i, r.a, r.s, r.j); }
-
-}  // namespace
 
 TEST(ListRead, SeparatorsNullsContinuationAndSlash) {
     TextFile f = TextFile::from_text("t",
@@ -34,34 +22,28 @@ TEST(ListRead, SeparatorsNullsContinuationAndSlash) {
         "7 8 / 9\n"                // a slash ends the read
         "1 2 a\n\n 4\n"            // a blank line is only a separator
         "1,\n,x,5\n");             // a comma first on the next line after a comma is a null value
-    struct Expect { int i; float a; const char* s; int j; };
-    const Expect want[] = {
+    using Row = std::tuple<int, float, std::string, int>;
+    const Row want[] = {
         {1, 2.5f, "abc", 4}, {-1, -1.0f, "unset", 7}, {1, 2.5f, "q d", 3}, {5, 5.0f, "ab", 3},
         {1, 2.0f, "unset", -1}, {7, 8.0f, "unset", -1}, {1, 2.0f, "a", 4}, {1, -1.0f, "x", 5},
     };
-    for (const Expect& w : want) {
-        Row r;
-        ASSERT_EQ(read_row(f, r), IoStatus::Ok) << w.i;
-        EXPECT_EQ(r.i, w.i);
-        EXPECT_EQ(r.a, w.a);
-        EXPECT_EQ(r.s, w.s);
-        EXPECT_EQ(r.j, w.j);
+    for (const Row& w : want) {
+        Row r{-1, -1.0f, "unset", -1};
+        ASSERT_EQ(list_read(f, std::get<0>(r), std::get<1>(r), std::get<2>(r), std::get<3>(r)), IoStatus::Ok);
+        EXPECT_EQ(r, w);
     }
-    Row r;
-    EXPECT_EQ(read_row(f, r), IoStatus::End);
+    int i = 0;
+    EXPECT_EQ(list_read(f, i), IoStatus::End);
 }
 
 TEST(ListRead, QuotesOfBothKindsDoubledQuotesAndFixedTexts) {
     TextFile f = TextFile::from_text("t", "'it''s' \"a, b/c\" unquoted,next\n\"multi\nline\" z\n");
-    std::string a, b, c;
+    std::string a, b, c, z;
     FixedText<4> d;
     ASSERT_EQ(list_read(f, a, b, c, d), IoStatus::Ok);
-    EXPECT_EQ(a, "it's");
-    EXPECT_EQ(b, "a, b/c");
-    EXPECT_EQ(c, "unquoted");
+    EXPECT_EQ(std::tie(a, b, c), std::make_tuple("it's", "a, b/c", "unquoted"));
     EXPECT_EQ(d, "next");
     FixedText<3> key;
-    std::string z;
     ASSERT_EQ(list_read(f, key, z), IoStatus::Ok);
     EXPECT_EQ(key, "mul");    // a quoted text runs on into the next line and is cut to the field
     EXPECT_EQ(z, "z");
@@ -74,23 +56,16 @@ TEST(ListRead, FailuresReportItemAndText) {
     ListReader r1(f);
     EXPECT_EQ(r1.read(i), IoStatus::Error);   // a point is no integer
     EXPECT_EQ(r1.problem(), "item 1: expected an integer, found '1.5'");
-
     ListReader r2(f);
     EXPECT_EQ(r2.read(i), IoStatus::Ok);
     EXPECT_EQ(r2.read(x), IoStatus::Error);
     EXPECT_EQ(i, 1);
-    try {
-        r2.fail("the temperature");
-        FAIL();
-    } catch (const RunError& e) {
-        EXPECT_STREQ(e.what(), "traj.txt:2: item 2: expected a real number, found 'abc' (the temperature)");
-    }
+    EXPECT_EQ(tntest::error_of([&r2] { r2.fail("the temperature"); }),
+              "traj.txt:2: item 2: expected a real number, found 'abc' (the temperature)");
     // a read that runs out of lines ends with End, keeping what it read
     int a = 0, b = 0, c = 7;
     EXPECT_EQ(list_read(f, a, b, c), IoStatus::End);
-    EXPECT_EQ(a, 1);
-    EXPECT_EQ(b, 2);
-    EXPECT_EQ(c, 7);
+    EXPECT_EQ(std::tie(a, b, c), std::make_tuple(1, 2, 7));
     EXPECT_THROW(list_read_or_fail(f, "a count", a), RunError);
 }
 
@@ -98,8 +73,7 @@ TEST(ListRead, InternalRecordAndCrLf) {
     StringRecord rec("nord.txt", "   1.25d0  ,  -3", 2);
     double a = 0, b = 0;
     ASSERT_EQ(list_read(rec, a, b), IoStatus::Ok);
-    EXPECT_EQ(a, 1.25);
-    EXPECT_EQ(b, -3.0);
+    EXPECT_EQ(std::tie(a, b), std::make_tuple(1.25, -3.0));
     TextFile f = TextFile::from_text("win.txt", "3 4\r\nabc\r\n");
     int x = 0, y = 0;
     ASSERT_EQ(list_read(f, x, y), IoStatus::Ok);
