@@ -1,5 +1,5 @@
-// Test helpers: a scratch folder, small files, and GDAL's command-line tools as the independent
-// reference for what a GIS makes of a raster or a table.
+// Test helpers: small files, and GDAL's command-line tools as the independent reference for what a
+// GIS makes of a raster or a table.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -16,21 +15,9 @@
 #include <vector>
 
 #include "io/binary_file.h"
+#include "io/test_files.h"
 
 namespace tntest {
-
-// A fresh folder, removed with what it holds at the end of the test.
-struct ScratchDir {
-    std::filesystem::path path;
-    ScratchDir() {
-        std::string t = (std::filesystem::temp_directory_path() / "tn_gis_XXXXXX").string();
-        path = mkdtemp(t.data());
-    }
-    ~ScratchDir() { std::error_code ec; std::filesystem::remove_all(path, ec); }
-    std::string operator/(const std::string& name) const { return (path / name).string(); }
-};
-
-inline void write_text(const std::string& name, const std::string& text) { std::ofstream(name, std::ios::binary) << text; }
 
 inline std::string read_bytes(const std::string& name) {
     std::ostringstream s;
@@ -81,8 +68,7 @@ inline GeoTransform gdal_geotransform(const std::string& raster) {
 // The numbers of each output line of a GDAL tool fed `input` (one query per line) on stdin.
 inline std::vector<std::vector<double>> gdal_lines(const std::string& cmd, const std::string& input,
                                                    const ScratchDir& d) {
-    write_text(d / "query.txt", input);
-    std::istringstream out(run(cmd + " < '" + (d / "query.txt") + "'"));
+    std::istringstream out(run(cmd + " < '" + d.file("query.txt", input) + "'"));
     std::vector<std::vector<double>> rows;
     for (std::string l; std::getline(out, l);) {
         std::istringstream ls(l);
@@ -91,13 +77,27 @@ inline std::vector<std::vector<double>> gdal_lines(const std::string& cmd, const
     return rows;
 }
 
-// Pixel/line of the lower left corner of the cell of node (i, j), j counted from the south, for
-// every node, j outermost: where a reader that puts node (1, 1) at the raster's corner puts them.
-inline std::string node_corners(int nx, int ny) {
-    std::string s;
-    for (int j = 1; j <= ny; ++j)
-        for (int i = 1; i <= nx; ++i) s += std::to_string(i - 1) + " " + std::to_string(ny - j + 1) + "\n";
-    return s;
+// A float raster NAME.flt made by gdal_translate from an ASCII grid in the projection `srs`, and
+// GDAL's position in `utm` of the lower left corner of the cell of each node (i, j), j counted from
+// the south, i fastest: where a reader that puts node (1, 1) at the raster's corner puts them.
+struct GdalRaster {
+    std::string flt;
+    GeoTransform g;
+    std::vector<std::vector<double>> utm;
+};
+
+inline GdalRaster gdal_raster(const ScratchDir& d, const std::string& name, const std::string& asc,
+                              const std::string& srs, const std::string& utm) {
+    GdalRaster r{d / (name + ".flt"), {}, {}};
+    bool ok = false;
+    run("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + srs + "' '" + d.file(name + ".asc", asc) + "' '" + r.flt + "'", &ok);
+    EXPECT_TRUE(ok);
+    r.g = gdal_geotransform(r.flt);
+    std::string corners;
+    for (int j = 1; j <= r.g.ny; ++j)
+        for (int i = 1; i <= r.g.nx; ++i) corners += std::to_string(i - 1) + " " + std::to_string(r.g.ny - j + 1) + "\n";
+    r.utm = gdal_lines("gdaltransform '" + r.flt + "' -t_srs " + utm, corners, d);
+    return r;
 }
 
 // Tolerance of a position held as a float against a double reference: 1 cm beyond half a unit in
@@ -105,6 +105,16 @@ inline std::string node_corners(int nx, int ny) {
 inline double float_cm(double v) {
     const float f = std::fabs(static_cast<float>(v));
     return 0.01 + 0.5 * (static_cast<double>(std::nextafter(f, INFINITY)) - f);
+}
+
+// Node positions of a reader's grids against GDAL's, within float_cm.
+template <class Grid>
+void expect_nodes_at(const Grid& x, const Grid& y, const GdalRaster& r) {
+    ASSERT_EQ(r.utm.size(), x.v.size());
+    for (std::size_t k = 0; k < r.utm.size(); ++k) {
+        EXPECT_NEAR(x.v[k], r.utm[k][0], float_cm(r.utm[k][0])) << "node " << k;
+        EXPECT_NEAR(y.v[k], r.utm[k][1], float_cm(r.utm[k][1])) << "node " << k;
+    }
 }
 
 }  // namespace tntest

@@ -2,11 +2,9 @@
 // order word, the header's name, and the failures of broken pairs.
 #include "environment/raster.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "environment/gdal_tools.h"
-#include "io/errors.h"
 
 using namespace tn;
 using namespace tntest;
@@ -42,46 +40,34 @@ TEST(Readflt, NodesAndHeightsWhereGdalPutsThem) {
     TN_REQUIRE_GDAL_TOOL("gdal_translate");
     TN_REQUIRE_GDAL_TOOL("gdaltransform");
     TN_REQUIRE_GDAL_TOOL("gdallocationinfo");
-    ScratchDir d;
-    const std::string flt = d / "t.flt";
-    write_text(d / "t.asc", "ncols 4\nnrows 3\nxllcorner 11.9\nyllcorner 52.4\ncellsize 0.05\nNODATA_value -9999\n"
-                            "1 2 3 4\n5 6 -9999 8\n9 10 11 12.5\n");
-    bool ok = false;
-    run("gdal_translate -q -of EHdr -ot Float32 -a_srs EPSG:4326 '" + (d / "t.asc") + "' '" + flt + "'", &ok);
-    ASSERT_TRUE(ok);
-    const GeoTransform g = gdal_geotransform(flt);
+    const ScratchDir d;
+    const GdalRaster r = gdal_raster(d, "t", "ncols 4\nnrows 3\nxllcorner 11.9\nyllcorner 52.4\ncellsize 0.05\n"
+                                     "NODATA_value -9999\n1 2 3 4\n5 6 -9999 8\n9 10 11 12.5\n", "EPSG:4326", "EPSG:32632");
+    const GeoTransform& g = r.g;
     ASSERT_EQ(g.nx * g.ny, 12);
     std::string cells;   // the cell whose lower left corner is the node
     for (int j = 1; j <= g.ny; ++j)
         for (int i = 1; i <= g.nx; ++i) cells += std::to_string(i - 1) + " " + std::to_string(g.ny - j) + "\n";
-    const auto utm = gdal_lines("gdaltransform '" + flt + "' -t_srs EPSG:32632", node_corners(g.nx, g.ny), d);
-    const auto val = gdal_lines("gdallocationinfo -valonly '" + flt + "'", cells, d);
-    ASSERT_EQ(utm.size(), 12u);
-    ASSERT_EQ(val.size(), 12u);
+    std::vector<float> heights;
+    for (const auto& v : gdal_lines("gdallocationinfo -valonly '" + r.flt + "'", cells, d))
+        heights.push_back(static_cast<float>(v.at(0)));
 
-    write_text(d / "t.hdr", hdr_text(g.nx, g.ny, g.ox, g.oy + g.ny * g.py, g.px, "LSBFIRST"));
+    d.file("t.hdr", hdr_text(g.nx, g.ny, g.ox, g.oy + g.ny * g.py, g.px, "LSBFIRST"));
     Terrain t;
-    t.read(flt);
+    t.read(r.flt);
     EXPECT_EQ(t.zone, 32);
     EXPECT_EQ(t.siteerr, "none");
-    for (int j = 1, k = 0; j <= g.ny; ++j) {
-        for (int i = 1; i <= g.nx; ++i, ++k) {
-            EXPECT_NEAR(t.xnode(i, j), utm[k][0], float_cm(utm[k][0])) << i << "," << j;
-            EXPECT_NEAR(t.ynode(i, j), utm[k][1], float_cm(utm[k][1])) << i << "," << j;
-            EXPECT_EQ(t.elev(i, j), static_cast<float>(val[k][0])) << i << "," << j;
-        }
-    }
-    EXPECT_EQ(t.head.X0, t.xnode(1, 1));
-    EXPECT_EQ(t.head.Y0, t.ynode(1, 1));
-    EXPECT_NEAR(t.head.DX, std::fabs(utm[5][0] - utm[0][0]), 0.01);   // node (2, 2) against (1, 1)
-    EXPECT_NEAR(t.head.DY, std::fabs(utm[5][1] - utm[0][1]), 0.01);
-    EXPECT_EQ(t.elev2(1, 1), 1.0f);      // the file's rows as they stand, northern row first
-    EXPECT_EQ(t.elev(3, 2), -9999.0f);   // no-data stays a height, and is counted
+    expect_nodes_at(t.xnode, t.ynode, r);
+    EXPECT_EQ(t.elev.v, heights);   // no-data (node (3, 2)) stays a height, and is counted
     EXPECT_EQ(t.nodata, 1u);
-    EXPECT_EQ(nodata_warning(Name255(flt), 0), "");
-    EXPECT_NE(nodata_warning(Name255(flt), t.nodata).find("1 cell of " + flt + " holds the no-data value"), std::string::npos);
+    EXPECT_EQ(t.elev2(1, 1), 1.0f);   // the file's rows as they stand, northern row first
+    EXPECT_TRUE(t.head.X0 == t.xnode(1, 1) && t.head.Y0 == t.ynode(1, 1));
+    EXPECT_NEAR(t.head.DX, std::fabs(r.utm[5][0] - r.utm[0][0]), 0.01);   // node (2, 2) against (1, 1)
+    EXPECT_NEAR(t.head.DY, std::fabs(r.utm[5][1] - r.utm[0][1]), 0.01);
+    EXPECT_EQ(nodata_warning(Name255(r.flt), 0), "");
+    EXPECT_TRUE(holds(nodata_warning(Name255(r.flt), t.nodata), "1 cell of " + r.flt + " holds the no-data value"));
 
-    const GeoTransform back = gdal_geotransform(flt);   // GDAL reads our header as the same grid
+    const GeoTransform back = gdal_geotransform(r.flt);   // GDAL reads our header as the same grid
     EXPECT_NEAR(back.ox, g.ox, 1e-12);
     EXPECT_NEAR(back.oy, g.oy, 1e-12);
     EXPECT_NEAR(back.px, g.px, 1e-15);
@@ -89,14 +75,14 @@ TEST(Readflt, NodesAndHeightsWhereGdalPutsThem) {
 
 // Big-endian floats on file; only the three capitals "MSB" at the start of the word select them.
 TEST(Readflt, ByteOrderWord) {
-    ScratchDir d;
+    const ScratchDir d;
     const std::vector<float> h = {1.5f, -2.25f, 1000.0f, -9999.0f};
     write_floats(d / "t.flt", h, true);
     const struct { const char* word; bool big; } kCases[] = {
         {"MSBFIRST", true}, {"MSB", true}, {"MSBx", true}, {"msbfirst", false}, {"LSBFIRST", false}, {"M", false},
     };
     for (const auto& c : kCases) {
-        write_text(d / "t.hdr", hdr_text(2, 2, 10.0, 50.0, 0.001, c.word));
+        d.file("t.hdr", hdr_text(2, 2, 10.0, 50.0, 0.001, c.word));
         Terrain t;
         t.read(d / "t.flt");
         for (std::size_t k = 0; k < h.size(); ++k) {
@@ -115,8 +101,7 @@ TEST(SiblingName, ByPositionNotByExtension) {
 }
 
 TEST(Readflt, BrokenPairsStopWithTheFileAndPlace) {
-    ScratchDir d;
-    const std::string flt = d / "t.flt", hdr = d / "t.hdr";
+    const ScratchDir d;
     const struct { std::string header; const char* expect; } kCases[] = {
         {"", "t.hdr: cannot open"},
         {"ncols 2\nnrows 2\nxllcorner abc\n", "t.hdr:3: item 2: expected"},
@@ -124,15 +109,13 @@ TEST(Readflt, BrokenPairsStopWithTheFileAndPlace) {
         {hdr_text(-2, 2, 10, 50, 0.1, "LSB"), "t.hdr:1: expected a positive number of columns, found -2"},
         {hdr_text(2, 2, 10, 50, 0.1, "LSB"), "t.flt: byte 12: unexpected end of file, expected 2 by 2 floats"},
         {hdr_text(100000, 100000, 10, 50, 0.1, "LSB"), "expected 100000 by 100000 floats (40000000000 bytes)"},
-        {hdr_text(1, 1, 10, 50, 0.1, "LSB"), "t.flt: cannot open"},
+        {hdr_text(1, 1, 10, 50, 0.1, "LSB"), "t.flt: cannot open"},   // the float file removed
     };
     for (const auto& c : kCases) {
-        std::filesystem::remove(hdr);
-        if (!c.header.empty()) write_text(hdr, c.header);
-        if (&c == &kCases[6]) std::filesystem::remove(flt);
-        else write_floats(flt, {1, 2, 3}, false);
-        std::string msg = "no failure";
-        try { Terrain().read(flt); } catch (const RunError& e) { msg = e.what(); }
-        EXPECT_NE(msg.find(c.expect), std::string::npos) << msg;
+        std::filesystem::remove(d / "t.hdr");
+        if (!c.header.empty()) d.file("t.hdr", c.header);
+        if (&c == &kCases[6]) std::filesystem::remove(d / "t.flt");
+        else write_floats(d / "t.flt", {1, 2, 3}, false);
+        EXPECT_TRUE(holds(error_of([&d] { Terrain().read(d / "t.flt"); }), c.expect));
     }
 }
