@@ -8,86 +8,41 @@
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+constexpr double kDeg = kPi / 180.0;
 constexpr float kRadTol = 2e-7f;   // a float's rounding of angles up to pi
 constexpr float kDegTol = 2e-5f;   // a float's rounding of azimuths up to 180 degrees
 
-struct Angles {
-    float rslant, polar, azimuth, elevation;
-};
+}  // namespace
 
-Angles angles(const float src[3], const float rcv[3], float hs, float hr, float heading, float climb, float bank) {
-    Angles a{};
-    tn::SRCANGLES(src, rcv, hs, hr, heading, climb, bank, a.rslant, a.polar, a.azimuth, a.elevation);
-    return a;
-}
-
-// Heading 90 and Climb 0 is a flight along +x; the right-hand side is -y.
-TEST(Srcangles, StraightAheadGivesPolarZeroAndBank) {
-    const float src[3] = {1000.0f, 2000.0f, 150.0f};
-    const float rcv[3] = {3000.0f, 2000.0f, 100.0f};
-    // Ground 10 m higher at the receiver: both ends stand at 160 m, 2000 m apart along +x.
-    const Angles a = angles(src, rcv, 10.0f, 60.0f, 90.0f, 0.0f, 12.5f);
-    EXPECT_EQ(a.rslant, 2000.0f);
-    EXPECT_EQ(a.polar, 0.0f);
-    EXPECT_EQ(a.azimuth, 12.5f);
-    EXPECT_EQ(a.elevation, 0.0f);
-}
-
-TEST(Srcangles, StraightBelowAndStraightAbove) {
-    const float src[3] = {500.0f, 700.0f, 300.0f};
-    const float below[3] = {500.0f, 700.0f, 2.0f};
-    // Beneath: 90 degrees from the travel axis, on the downward normal, elevation +90.
-    for (float heading : {90.0f, 0.0f, 237.0f}) {
-        const Angles a = angles(src, below, 50.0f, 50.0f, heading, 0.0f, 0.0f);
-        EXPECT_EQ(a.rslant, 298.0f);
-        EXPECT_NEAR(a.polar, kPi / 2, kRadTol) << heading;
-        EXPECT_NEAR(a.azimuth, 0.0f, kDegTol) << heading;
-        EXPECT_NEAR(a.elevation, kPi / 2, kRadTol) << heading;
-    }
-    // Straight above: azimuth 180, and the elevation is +90 too, not -90.
-    const float above[3] = {500.0f, 700.0f, 900.0f};
-    const Angles a = angles(src, above, 50.0f, 50.0f, 90.0f, 0.0f, 0.0f);
-    EXPECT_NEAR(a.polar, kPi / 2, kRadTol);
-    EXPECT_NEAR(a.azimuth, 180.0f, kDegTol);
-    EXPECT_NEAR(a.elevation, kPi / 2, kRadTol);
-}
-
-// Flight along +x at 200 m; receivers 100 m to the side on the ground level of the source or
-// 100 m lower. The side angle is the azimuth: right positive, left negative, Bank added.
-TEST(Srcangles, SideOfThePathAndBank) {
-    const float src[3] = {0.0f, 0.0f, 200.0f};
-    const struct {
-        float y, z, bank;
-        float azimuth, elevation_deg;
-    } kCases[] = {
-        {-100.0f, 200.0f, 0.0f, 90.0f, 0.0f},    // level, right
-        {100.0f, 100.0f, 0.0f, -45.0f, 45.0f},   // 45 degrees down, left
-        {-100.0f, 200.0f, 10.0f, 100.0f, 0.0f},  // Bank adds
+// Heading 90 and Climb 0 is a flight along +x; the right-hand side is -y. The side angle is the
+// azimuth: 0 on the downward normal, right positive, left negative, Bank added; the elevation is
+// the angle below the horizontal (straight above counts as +90 too, not -90). Climbing at 30
+// degrees, the receiver straight below is 90 + 30 degrees from the travel direction and in the
+// plane of the downward normal (azimuth 0); one behind at the source's level is 180 - 30 degrees
+// from the travel axis and on the upper side of the tilted path (azimuth 180).
+TEST(Srcangles, HandPlacedReceivers) {
+    const struct { const char* what; float src[3], rcv[3], hs, hr, heading, climb, bank;
+                   float rslant, polar_deg, azimuth, elevation_deg, polar_tol, azimuth_tol; } kCases[] = {
+        // Ground 10 m higher at the receiver: both ends stand at 160 m, 2000 m apart along +x.
+        {"straight ahead", {1000, 2000, 150}, {3000, 2000, 100}, 10, 60, 90, 0, 12.5f, 2000, 0, 12.5f, 0, 0, 0},
+        {"beneath, heading 90", {500, 700, 300}, {500, 700, 2}, 50, 50, 90, 0, 0, 298, 90, 0, 90, kRadTol, kDegTol},
+        {"beneath, heading 0", {500, 700, 300}, {500, 700, 2}, 50, 50, 0, 0, 0, 298, 90, 0, 90, kRadTol, kDegTol},
+        {"beneath, heading 237", {500, 700, 300}, {500, 700, 2}, 50, 50, 237, 0, 0, 298, 90, 0, 90, kRadTol, kDegTol},
+        {"straight above", {500, 700, 300}, {500, 700, 900}, 50, 50, 90, 0, 0, -1, 90, 180, 90, kRadTol, kDegTol},
+        {"level, right", {0, 0, 200}, {0, -100, 200}, 0, 0, 90, 0, 0, -1, 90, 90, 0, kRadTol, kDegTol},
+        {"45 degrees down, left", {0, 0, 200}, {0, 100, 100}, 0, 0, 90, 0, 0, -1, 90, -45, 45, kRadTol, kDegTol},
+        {"level, right, Bank 10", {0, 0, 200}, {0, -100, 200}, 0, 0, 90, 0, 10, -1, 90, 100, 0, kRadTol, kDegTol},
+        {"climbing, below", {0, 0, 500}, {0, 0, 0}, 0, 0, 90, 30, 0, -1, 120, 0, -1, 1e-6f, 1e-3f},
+        {"climbing, behind", {0, 0, 500}, {-800, 0, 500}, 0, 0, 90, 30, 0, -1, 150, 180, -1, 1e-6f, 1e-3f},
     };
     for (const auto& c : kCases) {
-        const float rcv[3] = {0.0f, c.y, c.z};
-        const Angles a = angles(src, rcv, 0.0f, 0.0f, 90.0f, 0.0f, c.bank);
-        EXPECT_NEAR(a.polar, kPi / 2, kRadTol);
-        EXPECT_NEAR(a.azimuth, c.azimuth, kDegTol) << "y " << c.y << " z " << c.z;
-        EXPECT_NEAR(a.elevation, c.elevation_deg * kPi / 180.0, kRadTol) << "y " << c.y << " z " << c.z;
+        float rslant = 0, polar = 0, azimuth = 0, elevation = 0;
+        tn::SRCANGLES(c.src, c.rcv, c.hs, c.hr, c.heading, c.climb, c.bank, rslant, polar, azimuth, elevation);
+        EXPECT_NEAR(polar, c.polar_deg * kDeg, c.polar_tol) << c.what;
+        EXPECT_NEAR(azimuth, c.azimuth, c.azimuth_tol) << c.what;
+        // -1: not looked at
+        EXPECT_TRUE(c.elevation_deg < 0 || std::fabs(elevation - c.elevation_deg * kDeg) <= c.polar_tol)
+            << c.what << ": " << elevation;
+        EXPECT_TRUE(c.rslant < 0 || rslant == c.rslant) << c.what << ": " << rslant;
     }
 }
-
-// Climbing at 30 degrees along +x, receiver straight below: the line to it is 90 + 30 degrees from
-// the travel direction and lies in the plane of the downward normal, so the azimuth stays 0.
-// A receiver behind at the source's level is 180 - 30 degrees from the travel axis, and on the
-// upper side of the tilted path: azimuth 180.
-TEST(Srcangles, ClimbTiltsTheTravelAxis) {
-    const float src[3] = {0.0f, 0.0f, 500.0f};
-    const float below[3] = {0.0f, 0.0f, 0.0f};
-    Angles a = angles(src, below, 0.0f, 0.0f, 90.0f, 30.0f, 0.0f);
-    EXPECT_NEAR(a.polar, 120.0 * kPi / 180.0, 1e-6);
-    EXPECT_NEAR(a.azimuth, 0.0f, 1e-3f);
-
-    const float behind[3] = {-800.0f, 0.0f, 500.0f};
-    a = angles(src, behind, 0.0f, 0.0f, 90.0f, 30.0f, 0.0f);
-    EXPECT_NEAR(a.polar, 150.0 * kPi / 180.0, 1e-6);
-    EXPECT_NEAR(a.azimuth, 180.0f, 1e-3f);
-}
-
-}  // namespace
