@@ -42,16 +42,6 @@ TEST(TextFile, RecordsBackspaceRewindAndLastLine) {
     EXPECT_EQ(TextFile::from_text("e", "").count(), 0u);
 }
 
-TEST(TextFile, MissingFilesFoldersAndShortFilesAreClearErrors) {
-    EXPECT_TRUE(holds(error_of([] { (void)TextFile("/nonexistent/tracknoise/file.txt"); }),
-                      "/nonexistent/tracknoise/file.txt: cannot open the file"));
-    EXPECT_TRUE(holds(error_of([] { (void)TextFile(std::filesystem::temp_directory_path().string()); }), "it is a folder"));
-    TextFile g = TextFile::from_text("short.txt", "a\n");
-    g.skip(1);
-    EXPECT_EQ(error_of([&g] { (void)g.record_or_fail("the humidity line"); }),
-              "short.txt:2: unexpected end of file, expected the humidity line");
-}
-
 TEST(BinaryFile, LittleAndBigEndianWordsAndTruncation) {
     const ScratchDir d;
     // 1 as a little-endian integer, 1.0f little-endian, 1.0f big-endian, then two stray bytes
