@@ -28,9 +28,18 @@ inline std::string read_bytes(const std::string& name) {
 inline void write_floats(const std::string& name, const std::vector<float>& v, bool big_endian) {
     std::ofstream out(name, std::ios::binary);
     for (float f : v) {
-        const std::uint32_t u = big_endian ? tn::byteswap32(std::bit_cast<std::uint32_t>(f)) : std::bit_cast<std::uint32_t>(f);
+        const std::uint32_t bits = std::bit_cast<std::uint32_t>(f), u = big_endian ? tn::byteswap32(bits) : bits;
         out.write(reinterpret_cast<const char*>(&u), 4);
     }
+}
+
+// The seven header lines of a float raster in our order; GDAL's own EHdr header has another layout
+// (BYTEORDER, LAYOUT, NROWS, NCOLS, ..., ULXMAP, ULYMAP, XDIM, YDIM, NODATA).
+inline std::string hdr_text(int nx, int ny, double x, double y, double cell, const char* order) {
+    char buf[512];
+    std::snprintf(buf, sizeof buf, "ncols %d\nnrows %d\nxllcorner %.17g\nyllcorner %.17g\ncellsize %.17g\n"
+                  "NODATA_value -9999\nbyteorder %s\n", nx, ny, x, y, cell, order);
+    return buf;
 }
 
 // Standard output of a shell command; `ok` tells whether it exited with 0.
@@ -90,7 +99,8 @@ inline GdalRaster gdal_raster(const ScratchDir& d, const std::string& name, cons
                               const std::string& srs, const std::string& utm) {
     GdalRaster r{d / (name + ".flt"), {}, {}};
     bool ok = false;
-    run("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + srs + "' '" + d.file(name + ".asc", asc) + "' '" + r.flt + "'", &ok);
+    run("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + srs + "' '" + d.file(name + ".asc", asc) + "' '" + r.flt + "'",
+        &ok);
     EXPECT_TRUE(ok);
     r.g = gdal_geotransform(r.flt);
     std::string corners;
