@@ -57,15 +57,11 @@ constexpr float kFoot = 0.30480063f;
 }  // namespace
 
 TEST(GRIDFILE, WholeFileRowFastInFeet) {
-    Bytes b;
-    b.version(1, 0).tag("CASE", 3).i(7).text("Ridge 01").tag("NINJ", 2).i(3).i(2)
-        .tag("FEET", 1).i(0).tag("DIDJ", 2).f(100.0f).f(50.0f)
-        .tag("USER", 4).f(500000.0f).f(4100000.0f).f(0.25f).i(1)
-        .tag("XRYR", 2).f(11.0f).f(12.0f).tag("UTMZ", 1).i(17)
-        .tag("GEO4", 8).f(1).f(2).f(3).f(4).f(5).f(6).f(7).f(8)
-        .tag("ZALT", 6).f(11).f(12).f(21).f(22).f(31).f(32)   // j fastest in the file
-        .tag("ENDF", 0);
-    const Loaded g = load(b.b);
+    // ZALT: j fastest in the file.
+    const Loaded g = load(Bytes().version(1, 0).tag("CASE", 3).i(7).text("Ridge 01").tag("NINJ", 2).i(3).i(2)
+        .tag("FEET", 1).i(0).tag("DIDJ", 2).f(100.0f).f(50.0f).tag("USER", 4).f(500000.0f).f(4100000.0f).f(0.25f).i(1)
+        .tag("XRYR", 2).f(11).f(12).tag("UTMZ", 1).i(17).tag("GEO4", 8).f(1).f(2).f(3).f(4).f(5).f(6).f(7).f(8)
+        .tag("ZALT", 6).f(11).f(12).f(21).f(22).f(31).f(32).tag("ENDF", 0).b);
     EXPECT_TRUE(g.Gridok && g.cornermark && g.ref.Hasuser);
     EXPECT_EQ(std::tie(g.head.NX, g.head.NY, g.title, g.Ntitle, g.Utmzone), std::make_tuple(3, 2, "Ridge 01", 2, 17));
     EXPECT_EQ(g.corners[7], 8.0f);
@@ -110,9 +106,9 @@ TEST(GRIDFILE, ReferenceNodeWordsAsIntegerOrFloat) {
         {"float 2.5: a fractional node", bits(2.5f), 985.0f},
     };
     for (const auto& c : cases) {
-        const Loaded g = load(Bytes().dims(2, 2).tag("DIDJ", 2).f(10).f(10).tag("USER", 4).f(1000.0f).f(2000.0f).f(0.0f)
-                                  .i(0).tag("IRJR", 2).i(c.word).i(1).tag("ENDF", 0).b);
-        EXPECT_EQ(std::tie(g.head.X0, g.head.Y0), std::make_tuple(c.x0, 2000.0f)) << c.what;
+        const GRIDHEAD h = load(Bytes().dims(2, 2).tag("DIDJ", 2).f(10).f(10).tag("USER", 4).f(1000).f(2000).f(0).i(0)
+                                    .tag("IRJR", 2).i(c.word).i(1).tag("ENDF", 0).b).head;
+        EXPECT_EQ(std::tie(h.X0, h.Y0), std::make_tuple(c.x0, 2000.0f)) << c.what;
     }
     // With no USER record node (Iref, Jref) lies at (0, 0).
     const Loaded g = load(Bytes().dims(3, 4).tag("DIDJ", 2).f(10).f(20).tag("IRJR", 2).i(2).i(3).tag("ENDF", 0).b);
@@ -137,7 +133,8 @@ TEST(GRIDSCAN, VersionRecordsWeatherAndOtherDimensionTags) {
         {"good, then another N = 4 TITL", Bytes().version(1, 0).tag("TITL", 4).text("Terrain ").i(1).i(0)
             .tag("NINJ", 2).i(4).i(5), false, 4, 5},
         {"bad, then good", Bytes().version(0, 9).version(1, 0).tag("NYNX", 2).i(5).i(4), true, 4, 5},
-        {"TITL with N = 2 is passed over", Bytes().version(1, 0).tag("TITL", 2).i(0).i(0).tag("NJNI", 2).i(5).i(4), true, 4, 5},
+        {"TITL with N = 2 is passed over", Bytes().version(1, 0).tag("TITL", 2).i(0).i(0).tag("NJNI", 2).i(5).i(4),
+         true, 4, 5},
         {"weather ahead of dimensions", Bytes().version(1, 0).tag("WEAT", 0).tag("NINJ", 2).i(4).i(5), true, -2, -2},
     };
     for (const auto& c : cases) {
@@ -189,7 +186,8 @@ TEST(READGRID, NoNodeInOneDirectionIsAnEmptyGridAtOnce) {
 TEST(GRIDFILE, TruncatedAndRandomBytesNeverCrash) {
     const std::string good = Bytes().version(1, 0).tag("CASE", 3).i(0).text("abcdefgh").tag("NJNI", 0).i(3).i(2)
         .tag("FEET", 0).tag("DIDJ", 2).f(10).f(10).tag("IRJR", 2).i(2).i(2).tag("USER", 4).f(1).f(2).f(0).i(0)
-        .tag("GEO4", 8).f(0).f(0).f(0).f(0).f(0).f(0).f(0).f(0).tag("ZALT", 6).f(1).f(2).f(3).f(4).f(5).f(6).tag("ENDF", 0).b;
+        .tag("GEO4", 8).f(0).f(0).f(0).f(0).f(0).f(0).f(0).f(0).tag("ZALT", 6).f(1).f(2).f(3).f(4).f(5).f(6)
+        .tag("ENDF", 0).b;
     int read = 0, refused = 0;
     auto attempt = [&](const std::string& bytes) {
         const bool ok = error_of([&bytes] { load(bytes); load(bytes, "FLOW"); }) == "no error";

@@ -115,7 +115,8 @@ TEST(READWX, SingleParameterFileAndItsOptionalLine) {
     for (const auto& c : cases) {
         const auto wx = read(head + c.last);
         const WXPARAM& p = wx->param;
-        EXPECT_EQ(std::tie(wx->Wxsingle, wx->Wxcount, wx->Wxdual, p.Aparam), std::make_tuple(true, 1, c.dual, c.aparam)) << c.what;
+        EXPECT_EQ(std::tie(wx->Wxsingle, wx->Wxcount, wx->Wxdual, p.Aparam), std::make_tuple(true, 1, c.dual, c.aparam))
+            << c.what;
         // 9.9 read and dropped between the second and the third extra value
         EXPECT_EQ(std::tie(p.Tempc, p.Relh, p.Wdir, p.Wextra2, p.Wextra3, p.Wextra4, p.Wunset),
                   std::make_tuple(15.0f, 70.0f, 270.0f, 2.5, 3.5, 4.5, 0.0)) << c.what;
