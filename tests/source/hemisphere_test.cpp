@@ -49,19 +49,14 @@ std::string write_hemi(const std::string& path, const HemiFile& h) {
     return path;
 }
 
-// Four columns round the whole turn, three rows. Band 1 by hand; band 2 is 100 - band 1, so that
-// an interpolated band 2 must be 100 - band 1 (linear interpolation keeps affine maps).
-HemiFile turn_grid() {
+// Four columns round the whole turn, three rows, then `change`. Band 1 by hand; band 2 is
+// 100 - band 1, so that an interpolated band 2 must be 100 - band 1 (linear interpolation keeps
+// affine maps).
+HemiFile turn_grid(void (*change)(HemiFile&) = [](HemiFile&) {}) {
     HemiFile h{.azimuth = {0, 90, 180, 270}, .polar = {0, 90, 180}};
     const float band1[4][3] = {{60, 70, 80}, {64, 66, 90}, {50, 50, 50}, {40, 80, 60}};
     for (const auto& column : band1)
         for (float l : column) h.level.insert(h.level.end(), {l, 100.0f - l});
-    return h;
-}
-
-template <class Change>
-HemiFile turn_grid_with(Change change) {
-    HemiFile h = turn_grid();
     change(h);
     return h;
 }
@@ -149,15 +144,10 @@ TEST(Interponehemi, NonFiniteAnglesBandsBeyondTheFileAndAnEmptyRecord) {
 }
 
 TEST(Loadonehemi, WholeTurnRule) {
-    auto step = [](float last) {
-        std::vector<float> v;
-        for (float a = 0; a <= last; a += 30) v.push_back(a);
-        return v;
-    };
     const struct { std::vector<float> azimuth; bool wraps; const char* why; } cases[] = {
-        {step(330), true, "gap 30 = spacing"},
-        {step(360), true, "seam column repeated, gap 0"},
-        {step(300), false, "gap 60, a column missing"},
+        {{0, 30, 60, 90, 120, 150, 180, 210, 240, 270, 300, 330}, true, "gap 30 = spacing"},
+        {{0, 30, 60, 90, 120, 150, 180, 210, 240, 270, 300, 330, 360}, true, "seam column repeated, gap 0"},
+        {{0, 30, 60, 90, 120, 150, 180, 210, 240, 270, 300}, false, "gap 60, a column missing"},
         {{0, 10, 20, 45, 90, 180, 270, 350}, true, "uneven: gap 10, widest spacing 90"},
         {{0, 120, 239.9995f}, true, "gap within 0.001 of the widest spacing"},
         {{0, 120, 239.99f}, false, "gap 0.01 beyond it"},
@@ -186,29 +176,33 @@ TEST(Loadonehemi, BrokenFilesNameTheFileAndTheFault) {
         "00000003000000717a696d757468000000000400000005706f6c617200000000096672657175656e6379007900000000"
         "0000000003";
     std::string crash;
-    for (const char* p = crash_hex; *p; p += 2) crash.push_back(static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16)));
+    for (const char* p = crash_hex; *p; p += 2)
+        crash.push_back(static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16)));
     auto cut = [&dir](const char* name, const HemiFile& h) {   // the last 8 bytes of the levels gone
         const std::string p = write_hemi(dir / name, h);
         std::filesystem::resize_file(p, std::filesystem::file_size(p) - 8);
         return p;
     };
-    const HemiFile cdf2 = turn_grid_with([](HemiFile& h) { h.format = NC_64BIT_OFFSET; });
-    const HemiFile cdf5 = turn_grid_with([](HemiFile& h) { h.format = NC_64BIT_DATA; });
-    const HemiFile records = turn_grid_with([](HemiFile& h) { h.azimuth_unlimited = true; });
-    for (const HemiFile& h : {cdf2, cdf5, records}) EXPECT_EQ(load(write_hemi(dir / "whole.nc", h)).Level, turn_grid().level);
+    const HemiFile cdf2 = turn_grid([](HemiFile& h) { h.format = NC_64BIT_OFFSET; });
+    const HemiFile cdf5 = turn_grid([](HemiFile& h) { h.format = NC_64BIT_DATA; });
+    const HemiFile records = turn_grid([](HemiFile& h) { h.azimuth_unlimited = true; });
+    for (const HemiFile& h : {cdf2, cdf5, records})
+        EXPECT_EQ(load(write_hemi(dir / "whole.nc", h)).Level, turn_grid().level);
+    auto broken = [&dir](const char* name, void (*change)(HemiFile&)) {
+        return write_hemi(dir / name, turn_grid(change));
+    };
     const struct { std::string path; const char* message; } cases[] = {
         {dir / "absent.nc", "hemisphere file not found"},
         {dir.file("text.nc", "frequency 50 63 80\n"), "not a readable netCDF file"},
-        {write_hemi(dir / "nolevel.nc", turn_grid_with([](HemiFile& h) { h.has_level = false; })), "no variable 'level'"},
-        {write_hemi(dir / "noref.nc", turn_grid_with([](HemiFile& h) { h.has_refdist = false; })),
-         "no global attribute 'reference_distance'"},
-        {write_hemi(dir / "ascend.nc", turn_grid_with([](HemiFile& h) { h.azimuth = {0, 90, 90, 270}; })),
+        {broken("nolevel.nc", [](HemiFile& h) { h.has_level = false; }), "no variable 'level'"},
+        {broken("noref.nc", [](HemiFile& h) { h.has_refdist = false; }), "no global attribute 'reference_distance'"},
+        {broken("ascend.nc", [](HemiFile& h) { h.azimuth = {0, 90, 90, 270}; }),
          "azimuth values must be strictly ascending: 90 at position 3 follows 90"},
-        {write_hemi(dir / "polar.nc", turn_grid_with([](HemiFile& h) { h.polar = {0, 90, 190}; })),
+        {broken("polar.nc", [](HemiFile& h) { h.polar = {0, 90, 190}; }),
          "polar value 190 at position 3 is outside 0 .. 180 degrees"},
-        {write_hemi(dir / "shape.nc", turn_grid_with([](HemiFile& h) { h.level_transposed = true; })),
+        {broken("shape.nc", [](HemiFile& h) { h.level_transposed = true; }),
          "'level' must have the dimensions (azimuth, polar, frequency), has (polar, azimuth, frequency)"},
-        {write_hemi(dir / "fill.nc", turn_grid_with([](HemiFile& h) { h.level_written = false; })),
+        {broken("fill.nc", [](HemiFile& h) { h.level_written = false; }),
          "'level' has a missing or non-finite value at azimuth 1, polar 1, frequency 1"},
         {dir.file("crash.nc", crash), "not a readable netCDF file (its header ends inside a dimension's name at byte 20"},
         {cut("cut.nc", turn_grid()), "not a readable netCDF file (the data of variable 'level' reach byte"},
@@ -228,7 +222,7 @@ TEST(Loadonehemi, BrokenFilesNameTheFileAndTheFault) {
 
 TEST(HemisphereCache, LoadsEachNameOnce) {
     const ScratchDir dir;
-    const HemiFile other = turn_grid_with([](HemiFile& h) { h.refdist = 100.0; });
+    const HemiFile other = turn_grid([](HemiFile& h) { h.refdist = 100.0; });
     const tn::Name255 a(write_hemi(dir / "a.nc", turn_grid())), b(write_hemi(dir / "b.nc", other));
     tn::HemisphereCache cache;
     const HEMIREC& first = cache.load(a);
@@ -244,7 +238,8 @@ TEST(HemisphereCache, LoadsEachNameOnce) {
 TEST(Loadonehemi, ExampleJetBuildsWithNcgen) {
     if (std::system("command -v ncgen >/dev/null 2>&1") != 0) GTEST_SKIP() << "ncgen not installed";
     const ScratchDir dir;
-    ASSERT_EQ(std::system(("ncgen -o '" + (dir / "jet.nc") + "' '" TN_SOURCE_DIR "/examples/hemisphere/jet.cdl'").c_str()), 0);
+    const std::string cmd = "ncgen -o '" + (dir / "jet.nc") + "' '" TN_SOURCE_DIR "/examples/hemisphere/jet.cdl'";
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
     const HEMIREC rec = load(dir / "jet.nc");
     ASSERT_EQ(rec.Nfreq, 24);
     EXPECT_TRUE(rec.Hfreq.front() == 50.0f && rec.Hfreq.back() == 10000.0f && rec.Hrefdist == 304.8f && rec.Wraps);

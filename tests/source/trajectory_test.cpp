@@ -83,7 +83,8 @@ TEST(READTRAJ, TheProbeOfTheFirstPointLine) {
         {"empty quoted name, left unread", points(" \"\""), false, plain},
         {"quoted name on C:", points(std::string(" \"") + c_name + "\""), true,
          {written(1, c_name), written(2, c_name), written(3, c_name)}},
-        {"absolute path", points(std::string(" \"") + path + "\""), true, {written(1, path), written(2, path), written(3, path)}},
+        {"absolute path", points(std::string(" \"") + path + "\""), true,
+         {written(1, path), written(2, path), written(3, path)}},
         {"quoted name on D:", points(" \"D:\\src\\a\""), false, back},
         {"unquoted text", points(" xy"), false, back},
         // the failed probe leaves two zero bytes in the tag
