@@ -1,6 +1,7 @@
 #include "batch/program.h"
 
 #include <cstdlib>
+#include <new>
 #include <thread>
 
 #include "batch/runs.h"
@@ -144,6 +145,12 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
             err << "tracknoise: the result file " << s.run_output << " is incomplete\n";
         }
         return e.exit_code();
+    } catch (const std::bad_alloc&) {
+        s.console.end_progress();
+        out.flush();
+        err << "tracknoise: out of memory: the case asks for more memory than this machine can give\n";
+        if (!s.run_output.empty()) err << "tracknoise: the result file " << s.run_output << " is incomplete\n";
+        return 1;
     }
 }
 

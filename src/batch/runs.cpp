@@ -17,7 +17,7 @@ namespace tn {
 namespace {
 
 // Receivers one grid run may hold; a block beyond this is a mistyped count, not a survey.
-constexpr long kMaxGridReceivers = 100000000L;
+constexpr long kMaxGridReceivers = 10000000L;
 
 std::string_view script_line(Session& s, const char* what) {
     return s.script.record_or_fail(std::string(what) + " (the block of a run command ended early)");

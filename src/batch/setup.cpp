@@ -24,6 +24,9 @@ namespace {
 // Most ambient classes a definition file may declare; far beyond any real use, it keeps a
 // mistyped count from asking for all the memory of the machine.
 constexpr int kMaxAmbientClasses = 1000000;
+// Most trajectory points of a case: a trajectory of a point a second for more than a week, far
+// beyond real use; it keeps a file of empty lines from asking for all the memory of the machine.
+constexpr int kMaxTrajectoryPoints = 1000000;
 
 void require_lattice(const GRIDHEAD& h, const Name255& file, const char* what) {
     if (h.NX < 2 || h.NY < 2) {
@@ -272,6 +275,11 @@ void setup_trajectory(Session& s) {
             unit.skip_or_fail(15, "the 16 head lines of the trajectory");
             std::string_view rec;
             while (unit.next_record(rec) == IoStatus::Ok) ++cs.Npts;
+            if (cs.Npts > kMaxTrajectoryPoints) {
+                throw file_error(cs.Trackfile.str(), 0,
+                                 "the trajectory has " + std::to_string(cs.Npts) + " point lines; at most " +
+                                     std::to_string(kMaxTrajectoryPoints) + " fit one case");
+            }
             unit.rewind();
             cs.Traj.assign(static_cast<std::size_t>(cs.Npts), TRAJPOINT{});
             READTRAJ(cs.Tfahr, cs.Rh, cs.Npts, cs.Traj, cs.Gridref.Xuser, cs.Gridref.Yuser, unit);
