@@ -47,8 +47,8 @@ std::string number(double v) {
 // the file. The library sizes its tables by the header's counts on trust, and some of its failure
 // paths then end the process (a file of 293 bytes that claims a thousand million dimensions is
 // answered with a crash); and it reads the data of a file cut short as zeros. Layout after the
-// NetCDF Users Guide, "File Format Specification": big-endian words; a list is a tag and a count,
-// or two zero words when it is absent.
+// NetCDF Users Guide, the chapter on the classic file format: big-endian words; a list is a tag
+// and a count, or two zero words when it is absent.
 class ClassicHeader {
 public:
     // What is wrong with the header, or nothing when it is sound or the file is not of the classic

@@ -79,10 +79,10 @@ TEST(Setup, SevenLinesDefaultGroundAndTheReferenceReceiver) {
 
 TEST(Setup, LinesEightToTenAmbientClassesNordParametersAndNoHumidity) {
     SetupCase c;
-    std::string spec;
-    for (int k = 0; k < 24; ++k) spec += " " + std::to_string(20 + k);
+    std::string bands;
+    for (int k = 0; k < 24; ++k) bands += " " + std::to_string(20 + k);
     // One class never opens its raster, which does not exist.
-    c.dir.write("amb.txt", "no_such_raster.txt\n1\n'Quiet, rural' 33.5" + spec + "\n");
+    c.dir.write("amb.txt", "no_such_raster.txt\n1\n'Quiet, rural' 33.5" + bands + "\n");
     // Nord2000 values begin in column 23, behind 22 columns of label.
     c.dir.write("nord.txt", "Nord2000 parameters\nparameter one:        1.5\nparameter two:       9-2.25d0\n"
                             "parameter three:      3e2 remark\n");
