@@ -1,5 +1,5 @@
 // Test helpers: small files, and GDAL's command-line tools as the independent reference for what a
-// GIS makes of a raster or a table.
+// GIS makes of a raster.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,8 +11,6 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "io/binary_file.h"
 #include "io/test_files.h"
@@ -42,88 +40,49 @@ inline std::string hdr_text(int nx, int ny, double x, double y, double cell, con
     return buf;
 }
 
-// Standard output of a shell command; `ok` tells whether it exited with 0.
-inline std::string run(const std::string& cmd, bool* ok = nullptr) {
-    std::string out;
-    FILE* p = popen(cmd.c_str(), "r");
-    char buf[4096];
-    for (std::size_t n; p && (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
-    const int st = p ? pclose(p) : -1;
-    if (ok) *ok = st == 0;
-    return out;
-}
+#define TN_REQUIRE_GDAL_TOOLS()                                                                              \
+    if (std::system("{ command -v gdal_translate && command -v gdaltransform; } >/dev/null 2>&1") != 0) \
+    GTEST_SKIP() << "GDAL's command-line tools are not installed"
 
-#define TN_REQUIRE_GDAL_TOOL(tool)                                                   \
-    if (std::system("command -v " tool " >/dev/null 2>&1") != 0)                     \
-    GTEST_SKIP() << tool " (GDAL) is not installed"
-
-// Size, origin (upper left corner) and pixel size of a raster, as gdalinfo reports them.
-struct GeoTransform {
-    int nx = 0, ny = 0;
-    double ox = 0, oy = 0, px = 0, py = 0;
-};
-
-inline GeoTransform gdal_geotransform(const std::string& raster) {
-    GeoTransform g;
-    std::istringstream in(run("gdalinfo '" + raster + "'"));
-    for (std::string l; std::getline(in, l);) {
-        std::sscanf(l.c_str(), "Size is %d, %d", &g.nx, &g.ny);
-        std::sscanf(l.c_str(), "Origin = (%lf,%lf)", &g.ox, &g.oy);
-        std::sscanf(l.c_str(), "Pixel Size = (%lf,%lf)", &g.px, &g.py);
-    }
-    return g;
-}
-
-// The numbers of each output line of a GDAL tool fed `input` (one query per line) on stdin.
-inline std::vector<std::vector<double>> gdal_lines(const std::string& cmd, const std::string& input,
-                                                   const ScratchDir& d) {
-    std::istringstream out(run(cmd + " < '" + d.file("query.txt", input) + "'"));
-    std::vector<std::vector<double>> rows;
-    for (std::string l; std::getline(out, l);) {
-        std::istringstream ls(l);
-        rows.emplace_back(std::istream_iterator<double>(ls), std::istream_iterator<double>());
-    }
-    return rows;
-}
-
-// A float raster NAME.flt made by gdal_translate from an ASCII grid in the projection `srs`, and
-// GDAL's position in `utm` of the lower left corner of the cell of each node (i, j), j counted from
-// the south, i fastest: where a reader that puts node (1, 1) at the raster's corner puts them.
-struct GdalRaster {
-    std::string flt;
-    GeoTransform g;
-    std::vector<std::vector<double>> utm;
-};
-
-inline GdalRaster gdal_raster(const ScratchDir& d, const std::string& name, const std::string& asc,
-                              const std::string& srs, const std::string& utm) {
-    GdalRaster r{d / (name + ".flt"), {}, {}};
-    bool ok = false;
-    run("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + srs + "' '" + d.file(name + ".asc", asc) + "' '" + r.flt + "'",
-        &ok);
-    EXPECT_TRUE(ok);
-    r.g = gdal_geotransform(r.flt);
+// Writes `flt` of nx by ny cells from the lower left corner (x, y) with gdal_translate from an
+// ASCII grid of `rows` in the projection `srs`, with our header (same name, .hdr) in place of
+// GDAL's. Returns GDAL's position in `utm` of each node's cell corner (pixel i - 1, line ny - j + 1
+// for node (i, j), j counted from the south, i fastest): where a reader that puts node (1, 1) at the
+// raster's corner puts them.
+using Positions = std::vector<std::vector<double>>;
+inline Positions gdal_raster(const ScratchDir& d, const std::string& flt, int nx, int ny, double x, double y,
+                             double cell, const std::string& rows, const std::string& srs, const std::string& utm) {
+    std::string asc = hdr_text(nx, ny, x, y, cell, "");
+    asc.erase(asc.rfind("byteorder"));   // the rest is an ASCII grid's head
+    EXPECT_EQ(std::system(("gdal_translate -q -of EHdr -ot Float32 -a_srs '" + srs + "' '" + d.file("g.asc", asc + rows) +
+                           "' '" + flt + "'").c_str()), 0);
+    d.file(flt.substr(0, flt.size() - 3) + "hdr", hdr_text(nx, ny, x, y, cell, "LSBFIRST"));
     std::string corners;
-    for (int j = 1; j <= r.g.ny; ++j)
-        for (int i = 1; i <= r.g.nx; ++i) corners += std::to_string(i - 1) + " " + std::to_string(r.g.ny - j + 1) + "\n";
-    r.utm = gdal_lines("gdaltransform '" + r.flt + "' -t_srs " + utm, corners, d);
-    return r;
+    for (int j = 1; j <= ny; ++j)
+        for (int i = 1; i <= nx; ++i) corners += std::to_string(i - 1) + " " + std::to_string(ny - j + 1) + "\n";
+    Positions utm_of_nodes;
+    FILE* p = popen(("gdaltransform '" + flt + "' -t_srs " + utm + " < '" + d.file("q.txt", corners) + "'").c_str(), "r");
+    char line[4096];
+    while (p && std::fgets(line, sizeof line, p)) {
+        std::istringstream ls(line);
+        utm_of_nodes.emplace_back(std::istream_iterator<double>(ls), std::istream_iterator<double>());
+    }
+    EXPECT_TRUE(p && pclose(p) == 0);
+    return utm_of_nodes;
 }
 
-// Tolerance of a position held as a float against a double reference: 1 cm beyond half a unit in
-// the last place of the float (0.25 m at northings of 4 to 8 million metres).
-inline double float_cm(double v) {
-    const float f = std::fabs(static_cast<float>(v));
-    return 0.01 + 0.5 * (static_cast<double>(std::nextafter(f, INFINITY)) - f);
-}
-
-// Node positions of a reader's grids against GDAL's, within float_cm.
+// Node positions of a reader's grids against GDAL's. Tolerance: 1 cm beyond half a unit in the
+// last place of the float that holds the position (0.25 m at northings of 4 to 8 million metres).
 template <class Grid>
-void expect_nodes_at(const Grid& x, const Grid& y, const GdalRaster& r) {
-    ASSERT_EQ(r.utm.size(), x.v.size());
-    for (std::size_t k = 0; k < r.utm.size(); ++k) {
-        EXPECT_NEAR(x.v[k], r.utm[k][0], float_cm(r.utm[k][0])) << "node " << k;
-        EXPECT_NEAR(y.v[k], r.utm[k][1], float_cm(r.utm[k][1])) << "node " << k;
+void expect_nodes_at(const Grid& x, const Grid& y, const Positions& utm) {
+    auto tol = [](double v) {
+        const float f = std::fabs(static_cast<float>(v));
+        return 0.01 + 0.5 * (static_cast<double>(std::nextafter(f, INFINITY)) - f);
+    };
+    ASSERT_EQ(utm.size(), x.v.size());
+    for (std::size_t k = 0; k < utm.size(); ++k) {
+        EXPECT_NEAR(x.v[k], utm[k][0], tol(utm[k][0])) << "node " << k;
+        EXPECT_NEAR(y.v[k], utm[k][1], tol(utm[k][1])) << "node " << k;
     }
 }
 
