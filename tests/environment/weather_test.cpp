@@ -1,22 +1,19 @@
 // Weather files: the profile with its limit height, the single parameter form, the vapour pressure
 // and the heading tables. Files are written here; expected values are the numbers put into them,
 // hand calculations, or published saturation vapour pressures.
-#include <gtest/gtest.h>
+#include "environment/weather.h"
 
 #include <cstdio>
 #include <memory>
-#include <tuple>
 
-#include "environment/weather.h"
 #include "io/test_files.h"
 
 using namespace tn;
-using tntest::error_of;
-using tntest::holds;
+using namespace tntest;
 
 namespace {
 
-const tntest::ScratchDir scratch;
+const ScratchDir scratch;
 const std::string kProfileHead = "Weather profile\nstation\ndate\n3\n4\n5\nlabel   temp    dew ...\n";
 
 // One level in the layout (a7,1x,5(f7.2,1x),f10.2,1x,f7.1,1x,f10.2).
@@ -48,48 +45,34 @@ TEST(SATVAP, PublishedSaturationPressuresInHectopascals) {
     for (const auto& c : cases) EXPECT_NEAR(SATVAP(c.t), c.hpa, c.hpa * 1.0e-3) << c.t;
 }
 
-TEST(READWX, SingleLevelAndTheHeadingTables) {
-    const auto wx = read(kProfileHead + level("ground", 20.0, 10.0, 6.0, 0.0, 100.0) + kEnd);
-    EXPECT_FALSE(wx->Wxsingle);
-    ASSERT_EQ(wx->Wxcount, 1);
-    const WXLEVEL& l = wx->levels[0];
-    EXPECT_EQ(l.Temp, 20.0f);
-    EXPECT_FLOAT_EQ(l.Alt, 30.480371f);            // 100 ft / 3.2808
-    EXPECT_NEAR(l.Relhum, 52.505, 0.02);           // 100 * 12.272 / 23.373 from the table above
-    // Wind from direction 0: position 1 (angle 0) takes the full speed, position 91 (angle 90) none.
-    EXPECT_FLOAT_EQ(l.Windc[0], 6.0f);
-    EXPECT_NEAR(l.Windc[90], 0.0f, 1e-5);
-    EXPECT_FLOAT_EQ(l.Windc[180], -6.0f);
-    EXPECT_NEAR(l.Ceff[90], 343.28856, 1e-3);      // 20.05 sqrt(293.15)
-    EXPECT_FLOAT_EQ(l.Ceff[0], l.Ceff[90] + 6.0f);
-    EXPECT_EQ(wx->Cprof[0][0], l.Ceff[0]);
-    // Level 1 is never written, and there is no level 2.
-    for (const auto& row : wx->Cgrad) EXPECT_EQ(std::tie(row[0], row[1]), std::make_tuple(-7.0f, -7.0f));
-}
-
-TEST(READWX, GradientBetweenLevels) {
-    const auto wx = read(kProfileHead + level("l1", 20.0, 20.0, 0.0, 0.0, 0.0) +
-                         level("l2", 20.0, 20.0, 10.0, 90.0, 1000.0) + kEnd);
-    ASSERT_EQ(wx->Wxcount, 2);
-    EXPECT_FLOAT_EQ(wx->levels[0].Relhum, 100.0f);   // dew point at the temperature
-    // 10 m/s over 1000 ft = 304.80371 m: 0.032808 per second along the wind, angle 90 at position 91.
-    EXPECT_NEAR(wx->Cgrad[90][1], 0.032808, 1e-6);
-    EXPECT_NEAR(wx->Cgrad[270][1], -0.032808, 1e-6);
-    EXPECT_NEAR(wx->Cgrad[0][1], 0.0, 1e-6);
-    EXPECT_EQ(wx->Cgrad[90][0], -7.0f);
+// A calm first level, then 6 m/s from direction 90 1000 ft higher. Heading tables: position 91
+// (angle 90) takes the full speed, position 1 (angle 0) none, position 271 its opposite.
+TEST(READWX, LevelsAndTheHeadingTables) {
+    const auto wx = read(kProfileHead + level("ground", 20.0, 10.0, 0.0, 0.0, 100.0) +
+                         level("upper", 20.0, 10.0, 6.0, 90.0, 1100.0) + kEnd);
+    ASSERT_EQ(std::tie(wx->Wxsingle, wx->Wxcount), std::make_tuple(false, 2));
+    const WXLEVEL &low = wx->levels[0], &l = wx->levels[1];
+    EXPECT_FLOAT_EQ(low.Alt, 30.480371f);         // 100 ft / 3.2808
+    EXPECT_NEAR(l.Relhum, 52.505, 0.02);          // 100 * 12.272 / 23.373 from the table above
+    EXPECT_NEAR(low.Ceff[0], 343.28856, 1e-3);    // 20.05 sqrt(293.15)
+    EXPECT_EQ(std::make_tuple(l.Windc[90], l.Windc[270]), std::make_tuple(6.0f, -6.0f));   // 6 cos 0, 6 cos 180
+    EXPECT_FLOAT_EQ(l.Ceff[90], low.Ceff[0] + 6.0f);
+    EXPECT_EQ(std::make_tuple(wx->Cprof[90][1], wx->Cprof[0][0]), std::make_tuple(l.Ceff[90], low.Ceff[0]));
+    // 6 m/s over 1000 ft = 304.80371 m: 0.0196848 per second along the wind; level 1 is never written.
+    EXPECT_NEAR(wx->Cgrad[90][1], 0.0196848, 1e-6);
+    EXPECT_NEAR(wx->Cgrad[270][1], -0.0196848, 1e-6);
+    for (const auto& row : wx->Cgrad) EXPECT_EQ(std::tie(row[0], row[2]), std::make_tuple(-7.0f, -7.0f));
 }
 
 TEST(READWX, LimitHeightKeepsTheFirstLevelAbove) {
     // The line behind the kept level would stop the run if it were read.
-    const std::string tail = "garbage in every column of the line, also in the numeric ones\n";
-    auto file = [&tail](double second_ft) {
+    auto file = [](double second_ft) {
         return kProfileHead + level("a", 15, 5, 1, 0, 1000.0) + level("b", -50, -60, 20, 0, second_ft) +
-               level("c", -55, -65, 30, 0, 70000.0) + tail;
+               level("c", -55, -65, 30, 0, 70000.0) + "garbage in every column of the line, also in the numeric ones\n";
     };
-    const auto at = read(file(65000.00));
-    EXPECT_EQ(at->Wxcount, 3);
-    EXPECT_EQ(at->levels[1].Alt, 19812.24f);              // 65000 ft: not above the limit
-    EXPECT_FLOAT_EQ(at->levels[2].Alt, 21336.259f);      // 70000 ft, the first above: kept
+    const auto at = read(file(65000.00));   // 65000 ft: not above the limit; 70000 ft, the first above: kept
+    EXPECT_EQ(std::tie(at->Wxcount, at->levels[1].Alt), std::make_tuple(3, 19812.24f));
+    EXPECT_FLOAT_EQ(at->levels[2].Alt, 21336.259f);
     const auto above = read(file(65000.01));
     EXPECT_EQ(above->Wxcount, 2);
     EXPECT_GT(above->levels[1].Alt, 19812.24f);
@@ -108,7 +91,6 @@ TEST(READWX, SingleParameterFileAndItsOptionalLine) {
     const struct { const char* last; bool dual; double aparam; const char* what; } cases[] = {
         {"A_Param 0.25\n", true, 0.25, "the word"},
         {"a_param 0.5\n", false, 0.5, "another case: no dual, the number kept all the same"},
-        {"", false, -1.0, "end of the file"},
         {"A_Param xyz\n", true, -1.0, "bad number passed over, the word compared"},
         {"A_Parameter 0.75\n", true, 0.75, "a longer word is cut to its 7 characters"},
     };
