@@ -106,15 +106,15 @@ void setup_ambient(Session& s) {
         ListReader r(f);
         std::string name;
         float level = 0.0f;
-        float spec[kAmbientBands] = {};
+        float bands[kAmbientBands] = {};
         IoStatus st = r.read(name);
         if (st == IoStatus::Ok) st = r.read(level);
-        for (int k = 0; k < kAmbientBands && st == IoStatus::Ok; ++k) st = r.read(spec[k]);
+        for (int k = 0; k < kAmbientBands && st == IoStatus::Ok; ++k) st = r.read(bands[k]);
         if (st != IoStatus::Ok) {
             r.fail("ambient class " + std::to_string(c) + ": a name, the A-weighted level and 24 band levels");
         }
         cs.AMBLEVEL.push_back(level);
-        cs.AMBSPEC.insert(cs.AMBSPEC.end(), spec, spec + kAmbientBands);
+        cs.AMBSPEC.insert(cs.AMBSPEC.end(), bands, bands + kAmbientBands);
     }
 }
 
