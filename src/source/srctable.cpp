@@ -49,26 +49,37 @@ SourceListHead read_source_list_head(const Name255& Srcfile) {
     for (int b = 0; b < head.Nband; ++b) {
         list_read_or_fail(f, "the frequency of band " + std::to_string(b + 1) + " in Hz", head.Freq[static_cast<std::size_t>(b)]);
     }
-    // The lowest source height is optional: its absence, or anything unreadable, keeps 10 feet.
-    (void)list_read(f, head.Minagl_feet);
+    // The lowest source height is optional: a list that ends here keeps 10 feet; anything else that
+    // stands here must be the height.
+    ListReader r(f);
+    if (r.read(head.Minagl_feet) == IoStatus::Error) r.fail("the lowest source height in feet, or the end of the list");
     return head;
 }
 
 void load_source_tables(const Name255& Srcfile, int Nband, SrcTableState& state) {
     const std::string name = Srcfile.str();
-    // The list is opened by its name as the folder before the change sees it.
-    std::error_code ec;
-    std::filesystem::path list_path(name);
-    if (list_path.is_relative()) {
-        const std::filesystem::path cwd = std::filesystem::current_path(ec);
-        if (!ec) list_path = cwd / list_path;
+    // The list is opened by its name as the folder before the change saw it when the name was first
+    // loaded: a later load of the same name (every run reloads) opens the same file, although the
+    // working folder has moved to the list's folder since.
+    auto known = state.list_paths.find(name);
+    if (known == state.list_paths.end()) {
+        std::error_code ec;
+        std::filesystem::path resolved(name);
+        if (resolved.is_relative()) {
+            const std::filesystem::path cwd = std::filesystem::current_path(ec);
+            if (!ec) resolved = cwd / resolved;
+        }
+        known = state.list_paths.emplace(name, resolved).first;
     }
+    const std::filesystem::path& list_path = known->second;
     // The working folder becomes the list's folder for the rest of the process: the table files,
     // and every relative name opened later, resolve from there. A name without a folder changes
     // nothing. The result is not looked at.
     const std::size_t slash = name.rfind('/');
     if (slash != std::string::npos && slash > 0) {
-        const int rc = ::chdir(name.substr(0, slash).c_str());
+        const std::filesystem::path folder = list_path.is_absolute() ? list_path.parent_path()
+                                                                     : std::filesystem::path(name.substr(0, slash));
+        const int rc = ::chdir(folder.c_str());
         (void)rc;
     }
 

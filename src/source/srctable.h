@@ -13,6 +13,8 @@
 // any text and the band levels in fields of 5 columns with one decimal.
 #pragma once
 
+#include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,8 @@ struct SrcTableState {
     float Srccond[kMaxConditions] = {};
     int Srccount = 0;
     FixedText<5> Srctype;
+    // Each list name as the folder before the change saw it at its first load.
+    std::map<std::string, std::filesystem::path> list_paths;
 
     float data(int b, int a, int k) const {
         return Srcdata[static_cast<std::size_t>((b - 1) + nband_alloc * (a + 37 * (k - 1)))];
@@ -57,7 +61,8 @@ SourceListHead read_source_list_head(const Name255& Srcfile);
 //   hs, hr: ground heights at the source and at the receiver.
 // Loads the tables when Reload is true or on the first call: changes the working folder to the
 // list's folder for the rest of the process (later relative names resolve from there), opening the
-// list itself by its name resolved against the folder that was current before. Condition values
+// list itself by its name resolved against the folder that was current before the first load of
+// that name (later runs reload the same file). Condition values
 // are expected in rising order; a Srcsel outside them extrapolates along the nearest pair, limited
 // upward only (H + 5 dB of the last condition). Results: Srcspec (Nband dB at Rref), Rref, Rslant.
 void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float Heading, float Bank,

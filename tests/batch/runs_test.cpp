@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <limits>
 
 #include "batch/runs.h"
@@ -173,4 +174,30 @@ TEST(GridRun, ReceiversOutOfRangeCostOnlyTheirConsoleLine) {
     const std::vector<std::string> g = lines_of(c.dir.read("g.tig"));
     EXPECT_EQ(g.size(), 11u);   // the header alone
     EXPECT_NE(r.out.find("      1000    0001"), std::string::npos);
+}
+
+// A source list named relatively with a folder in its name: the first load moves the working
+// folder to the list's, and every later run reloads the same list (not "sources/sources/...").
+// The second run's relative result name is written in the list's folder.
+TEST(SiteRun, EveryRunReloadsTheListThatTheSetUpRead) {
+    RunCase c;
+    std::filesystem::create_directories(c.dir.dir() / "sources");
+    c.dir.write_source("sources/src.lst", "t.tab", {1000.0f, 1250.0f}, [](int b, int) { return 60.0f + b; });
+    std::filesystem::rename(c.dir.dir() / "t.tab", c.dir.dir() / "sources" / "t.tab");
+    c.dir.write_control("case.ctl", {"terrain.grd", "-", "-", "track.trj", "-", "-", "sources/src.lst"});
+    c.dir.write("run.txt", "open\ncase.ctl\nsite\none\nopt: no\n" + kNoOffset + "site\ntwo\nopt: no\n" + kNoOffset);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(c.dir.dir());
+    const RunResult r = run({kProgram, "run.txt"});
+    std::filesystem::current_path(before);
+    ASSERT_EQ(r.code, 0) << r.err;
+
+    auto sections = [](const std::string& text) {
+        const std::string body = text.substr(text.find("Site: "));
+        return body.substr(body.find("Echo"));   // after the date line
+    };
+    const std::string one = c.dir.read("one.tis"), two = c.dir.read("sources/two.tis");
+    ASSERT_NE(one.find("Site: "), std::string::npos);
+    ASSERT_NE(two.find("Site: "), std::string::npos);
+    EXPECT_EQ(sections(two), sections(one));
 }
