@@ -117,10 +117,12 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
 
     Session s(out);
     s.threads = threads;
-    const std::string argv0 = rest.empty() ? std::string() : rest[0];
+    // Argument 0 as the 255-character field that holds it.
+    const Name255 arg0(rest.empty() ? std::string() : rest[0]);
+    const std::string argv0(arg0.trimmed());
     try {
-        // The program's path on the progress console, as a list-style write.
-        s.console.progress(" " + argv0);
+        // The program's path on the progress console, as a list-style write of the whole field.
+        s.console.progress(" " + std::string(arg0.padded()));
         // The program's folder: before the last '/' of argument 0; blank when that stands in column
         // 1; the running executable's folder when argument 0 names no folder (found through PATH).
         const std::size_t slash = argv0.rfind('/');

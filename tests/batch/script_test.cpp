@@ -9,6 +9,8 @@ using namespace tntest;
 namespace {
 
 const std::string kProgram = std::string(TN_BINARY_DIR) + "/tracknoise";
+// The program's path as the console shows it: the whole 255-character field, trailing blanks too.
+const std::string kProgramField = kProgram + std::string(255 - kProgram.size(), ' ');
 
 // A case that runs: flat terrain at 10 m, three points of a level flight along +x, a source of three
 // bands, the reference receiver; the script is appended by each test.
@@ -74,7 +76,7 @@ TEST(Script, StopFirstReadsNothing) {
     MinimalCase c;
     const RunResult r = c.run_script("stop\n" + c.open_lines() + c.site_block("a"));
     EXPECT_EQ(r.code, 0);
-    EXPECT_EQ(r.out, kProgram + "\n");   // only the program's path, from the progress console
+    EXPECT_EQ(r.out, kProgramField + "\n");   // only the program's path, from the progress console
     EXPECT_FALSE(c.dir.exists("a.tis"));
 }
 
@@ -86,7 +88,7 @@ TEST(Script, ConsoleOfASiteAndAGridRun) {
     ASSERT_EQ(r.code, 0) << r.err;
     std::string ctl = c.dir.path("case.ctl");
     ctl.resize(255, ' ');
-    EXPECT_EQ(r.out, kProgram + "\n" +
+    EXPECT_EQ(r.out, kProgramField + "\n" +
                          "Opening control file " + ctl + "\n" +
                          " Generating site files\n"
                          "\n"
@@ -140,7 +142,7 @@ TEST(Script, ClearStopsOfAWrongScript) {
 TEST(Script, NoScriptArgumentAndAScriptThatIsMissing) {
     RunResult r = run({kProgram});
     EXPECT_NE(r.code, 0);
-    EXPECT_EQ(r.out, kProgram + "\nError!!!  No Script File Detected\n");
+    EXPECT_EQ(r.out, kProgramField + "\nError!!!  No Script File Detected\n");
     r = run({kProgram, "/nonexistent/run.txt"});
     EXPECT_NE(r.code, 0);
     EXPECT_NE(r.err.find("/nonexistent/run.txt: cannot open the file"), std::string::npos);
