@@ -1,6 +1,7 @@
 #include "batch/setup.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 
 #include "batch/aweight.h"
@@ -194,9 +195,15 @@ void setup_ground(Session& s) {
     if (!file_exists(cs.Gndfile.padded())) {
         // No ground file: the terrain's layout, and water where the terrain is 5 metres or lower.
         cs.Flowhead = cs.Terrhead;
-        cs.Flowz.allocate(cs.Flowhead.NX, cs.Flowhead.NY);
-        cs.Flowx = cs.Xnode;
-        cs.Flowy = cs.Ynode;
+        try {
+            cs.Flowz.allocate(cs.Flowhead.NX, cs.Flowhead.NY);
+            cs.Flowx = cs.Xnode;
+            cs.Flowy = cs.Ynode;
+        } catch (const std::bad_alloc&) {
+            throw RunError("out of memory for the ground grid of " + std::to_string(cs.Flowhead.NX) + " by " +
+                               std::to_string(cs.Flowhead.NY) + " nodes",
+                           "Error allocating flow grid!");
+        }
         for (int j = 1; j <= cs.Flowhead.NY; ++j) {
             for (int i = 1; i <= cs.Flowhead.NX; ++i) {
                 cs.Flowz(i, j) = cs.Elev(i, j) <= 5.0f ? 1000000.0f : 200.0f;
