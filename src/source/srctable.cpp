@@ -44,7 +44,11 @@ SourceListHead read_source_list_head(const Name255& Srcfile) {
     }
     int conditions = 0;
     list_read_or_fail(f, "the condition count", conditions);
-    if (conditions > 0) f.skip_or_fail(conditions, "a condition line (table file and condition value)");
+    if (conditions < 1 || conditions > kMaxConditions) {
+        throw file_error(f.name(), f.record_number(),
+                         "the condition count is " + std::to_string(conditions) + "; 1 to 20 conditions are possible");
+    }
+    f.skip_or_fail(conditions, "a condition line (table file and condition value)");
     head.Freq.assign(static_cast<std::size_t>(head.Nband), 0.0f);
     for (int b = 0; b < head.Nband; ++b) {
         list_read_or_fail(f, "the frequency of band " + std::to_string(b + 1) + " in Hz", head.Freq[static_cast<std::size_t>(b)]);

@@ -306,6 +306,8 @@ const Breakage kCases[] = {
     {"source list: empty", [](Case& c) { c.write("src.lst", ""); }, "src.lst:1", "unexpected end of file"},
     {"source list: text for the band count", [](Case& c) { c.replace("src.lst", "\n3\n1\n", "\nthree\n1\n"); },
      "src.lst:5", "expected an integer, found 'three'"},
+    {"source list: no condition, refused at set-up", [](Case& c) { c.replace("src.lst", "\n3\n1\n", "\n3\n0\n"); },
+     "src.lst:6", "the condition count is 0; 1 to 20 conditions are possible"},
     {"source list: text where the lowest source height belongs", [](Case& c) { c.replace("src.lst", "1600\n", "1600\nhigh\n"); },
      "src.lst:11", "the lowest source height in feet, or the end of the list"},
     {"source list: a type of 10 000 characters", [](Case& c) { c.replace("src.lst", "Other", kLong); }, "", ""},
