@@ -102,7 +102,10 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
             if (Ptsrc) *shared.Srcfile = pt.Srcname;
             const Name255& Srcfile = *shared.Srcfile;
             if (Srcfile.contains(".nc") || Srcfile.contains(".NC")) {
-                if (Ptsrc) *shared.current_hemi = &shared.hemispheres->load(Srcfile);
+                if (Ptsrc) {
+                    const int moves = shared.srctable ? shared.srctable->folder_moves : 0;
+                    *shared.current_hemi = &shared.hemispheres->load(Srcfile, moves);
+                }
                 const HEMIREC& hemi = **shared.current_hemi;
                 float polar = 0.0f, azimuth = 0.0f, elevation = 0.0f;
                 SRCANGLES(wsrc, wrcv, hS, hR, pt.Heading, pt.Climb, pt.Bank, Rslant, polar, azimuth, elevation);

@@ -80,19 +80,24 @@ void INTERPONEHEMI(float azimuth, float polar, float* spectrum, int Nband, const
     }
 }
 
-const HEMIREC& HemisphereCache::load(const Name255& name) {
+const HEMIREC& HemisphereCache::load(const Name255& name, int folder_moves) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::string key = name.str();
-    const auto found = records_.find(key);
-    if (found != records_.end()) return *found->second;
+    const std::string_view key = name.trimmed();
+    // An absolute name stands for the same file wherever the working folder is.
+    const int folder = !key.empty() && key.front() == '/' ? -1 : folder_moves;
+    auto& records = records_[folder];
+    const auto found = records.find(key);
+    if (found != records.end()) return *found->second;
     auto rec = std::make_unique<HEMIREC>();
     LOADONEHEMI(name, *rec);
-    return *records_.emplace(key, std::move(rec)).first->second;
+    return *records.emplace(std::string(key), std::move(rec)).first->second;
 }
 
 std::size_t HemisphereCache::size() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return records_.size();
+    std::size_t n = 0;
+    for (const auto& [folder, records] : records_) n += records.size();
+    return n;
 }
 
 }  // namespace tn

@@ -78,9 +78,9 @@ void LOADONEHEMI(const Name255& file, HEMIREC& rec, int namelen = 255);
 void INTERPONEHEMI(float azimuth, float polar, float* spectrum, int Nband, const HEMIREC& rec);
 
 // Loaded hemispheres by file name, for a source named at every trajectory point: the first load of
-// a name reads the file, later ones return the same record. The result of a load depends on the
-// name alone; a relative name is kept as written, so a later change of the working directory does
-// not reload it, and a file rewritten during the run is not read again.
+// a name reads the file, later ones return the same record. A relative name is read again after the
+// working folder has moved (folder_moves counts the moves, see SrcTableState), since it may then
+// name another file; a file rewritten during the run is not read again.
 //
 // One cache may serve several threads: a mutex guards the table and is held during a load, so a
 // name is read once even when two threads ask for it together. The returned record is never changed
@@ -88,12 +88,13 @@ void INTERPONEHEMI(float azimuth, float polar, float* spectrum, int Nband, const
 // throws and caches nothing.
 class HemisphereCache {
 public:
-    const HEMIREC& load(const Name255& name);
+    const HEMIREC& load(const Name255& name, int folder_moves = 0);
     std::size_t size() const;
 
 private:
     mutable std::mutex mutex_;
-    std::map<std::string, std::unique_ptr<const HEMIREC>, std::less<>> records_;
+    // By the count of folder moves at the load (-1 for absolute names), then by name.
+    std::map<int, std::map<std::string, std::unique_ptr<const HEMIREC>, std::less<>>> records_;
 };
 
 }  // namespace tn

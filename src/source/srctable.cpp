@@ -83,8 +83,10 @@ void load_source_tables(const Name255& Srcfile, int Nband, SrcTableState& state)
     if (slash != std::string::npos && slash > 0) {
         const std::filesystem::path folder = list_path.is_absolute() ? list_path.parent_path()
                                                                      : std::filesystem::path(name.substr(0, slash));
+        std::error_code ec;
+        const std::filesystem::path before = std::filesystem::current_path(ec);
         const int rc = ::chdir(folder.c_str());
-        (void)rc;
+        if (rc == 0 && std::filesystem::current_path(ec) != before) ++state.folder_moves;
     }
 
     TextFile list(list_path.string());

@@ -36,6 +36,8 @@ struct SrcTableState {
     float Srccond[kMaxConditions] = {};
     int Srccount = 0;
     FixedText<5> Srctype;
+    // Times a load has moved the working folder (relative names opened later may name other files).
+    int folder_moves = 0;
     // Each list name as the folder before the change saw it at its first load.
     std::map<std::string, std::filesystem::path> list_paths;
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "case_builder.h"
 
@@ -89,4 +90,31 @@ TEST(PointSources, TablesKeepTheirFirstLoad) {
     ASSERT_EQ(band.size(), 3u);
     EXPECT_EQ(band[1], band[0]);   // b.lst is named, the tables of a.lst stay
     EXPECT_EQ(band[2], band[0]);   // mixed-case ".Nc" is a source list, and is never loaded
+}
+
+// A relative hemisphere name is read from the working folder as it stands at the point: after a
+// table list named with its folder has moved the working folder there, the same name is another
+// file.
+TEST(PointSources, RelativeHemisphereNamesFollowTheWorkingFolder) {
+    CaseDir dir("hemi_folder");
+    std::filesystem::create_directories(dir.dir() / "sources");
+    dir.write("a.cdl", flat_hemisphere_cdl("a", 70));
+    dir.write("sources/a.cdl", flat_hemisphere_cdl("a", 80));
+    ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cd sources && ncgen -o a.nc a.cdl").c_str()), 0);
+    dir.write_source("sources/t.lst", "t.tab", {500.0f, 630.0f, 800.0f}, [](int, int) { return 60.0f; });
+    std::filesystem::rename(dir.dir() / "t.tab", dir.dir() / "sources" / "t.tab");
+    dir.write_grid("flat.grd", "ZALT", 3, 3, 500.0f, 499500.0f, 3999500.0f, 11, [](int, int) { return 0.0f; });
+    write_named_points(dir, {dir.path("a.nc"), "a.nc", dir.path("sources/t.lst"), "a.nc"});
+    dir.write_control("c.ctl", {dir.path("flat.grd"), "-", "-", dir.path("track.trj"), "-", "-", dir.path("a.nc")});
+    dir.write("run.txt", "open\n" + dir.path("c.ctl") + "\nsite\n" + dir.path("out") +
+                             "\nopt: no\nhrs:    0\nmin:    0\nsec:  0.000\n");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(dir.dir());
+    const RunResult r = run({kProgram, dir.path("run.txt")});
+    std::filesystem::current_path(before);
+    ASSERT_EQ(r.code, 0) << r.err;
+    const std::vector<int> band28 = band_column(dir, "out.tis", 116);
+    ASSERT_EQ(band28.size(), 4u);
+    EXPECT_EQ(band28[1], band28[0]);         // a.nc beside the case
+    EXPECT_EQ(band28[3] - band28[1], 100);   // a.nc in sources/, 10 dB louder
 }
