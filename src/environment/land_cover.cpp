@@ -106,8 +106,8 @@ void READCOVER(const Name255& Gndfile, std::string_view Exedir, int Utmzone, GRI
         list_read_or_fail(hdr, "keyword and no-data value (an integer)", keyword, nodata);
         list_read_or_fail(hdr, "keyword and byte order", keyword, order);
     }
-    if (nx <= 0) throw file_error(hdrname, 1, "expected a positive number of columns, found " + std::to_string(nx));
-    if (ny <= 0) throw file_error(hdrname, 2, "expected a positive number of rows, found " + std::to_string(ny));
+    require_positive_count(hdrname, 1, nx, "columns");
+    require_positive_count(hdrname, 2, ny, "rows");
     const std::string order3 = order.substr(0, 3);
     if (order3 != "LSB" && order3 != "MSB") {
         throw file_error(hdrname, 7, "expected the byte order LSB or MSB, found '" + order + "'");
@@ -120,13 +120,7 @@ void READCOVER(const Name255& Gndfile, std::string_view Exedir, int Utmzone, GRI
     // The raster is measured before anything is allocated for it.
     const std::string rastername(Gndfile.trimmed());
     BinaryFile raster(rastername, order3 == "MSB");
-    const std::uint64_t cells = static_cast<std::uint64_t>(nx) * static_cast<std::uint64_t>(ny);
-    if (raster.size() / 4 < cells) {
-        throw binary_error(rastername, static_cast<long long>(raster.size()),
-                           "unexpected end of file, expected " + std::to_string(nx) + " by " +
-                               std::to_string(ny) + " floats (" + std::to_string(cells * 4) +
-                               " bytes) as " + hdrname + " declares");
-    }
+    require_raster_cells(raster, nx, ny, hdrname);
 
     FloatGrid work;
     work.allocate(nx, ny);

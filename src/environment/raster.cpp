@@ -17,18 +17,22 @@ std::string sibling_name(std::string_view name, std::string_view ext) {
     return std::string(name.substr(0, keep)) + std::string(ext);
 }
 
-namespace {
-
-// The counts of a header must be positive; a count of zero or less would leave a grid that no
-// lookup can use.
-void require_positive(const std::string& hdr, long line, int n, const char* what) {
+void require_positive_count(const std::string& hdr, long line, int n, const char* what) {
     if (n <= 0) {
         throw file_error(hdr, line, std::string("expected a positive number of ") + what + ", found " +
                                         std::to_string(n));
     }
 }
 
-}  // namespace
+void require_raster_cells(const BinaryFile& raster, int nx, int ny, const std::string& hdr) {
+    const std::uint64_t cells = static_cast<std::uint64_t>(nx) * static_cast<std::uint64_t>(ny);
+    if (raster.size() / 4 < cells) {
+        throw binary_error(raster.name(), static_cast<long long>(raster.size()),
+                           "unexpected end of file, expected " + std::to_string(nx) + " by " +
+                               std::to_string(ny) + " floats (" + std::to_string(cells * 4) + " bytes) as " +
+                               hdr + " declares");
+    }
+}
 
 void READFLT(const Name255& Terrfile, Name255& Siteerr, int& Utmzone, GRIDHEAD& Terrhead, FloatGrid& Elev,
              FloatGrid& Elev2, FloatGrid& Xnode, FloatGrid& Ynode, std::size_t& Nnodata) {
@@ -53,8 +57,8 @@ void READFLT(const Name255& Terrfile, Name255& Siteerr, int& Utmzone, GRIDHEAD& 
         list_read_or_fail(hdr, "keyword and no-data value", keyword, nodata);
         list_read_or_fail(hdr, "keyword and byte order", keyword, order);
     }
-    require_positive(hdrname, 1, nx, "columns");
-    require_positive(hdrname, 2, ny, "rows");
+    require_positive_count(hdrname, 1, nx, "columns");
+    require_positive_count(hdrname, 2, ny, "rows");
     const bool big_endian = order.compare(0, 3, "MSB") == 0;   // case-sensitive: "msb" is little-endian
 
     // The corner fixes the zone of the whole case.
@@ -71,13 +75,7 @@ void READFLT(const Name255& Terrfile, Name255& Siteerr, int& Utmzone, GRIDHEAD& 
     // The raster is measured before anything is allocated for it.
     const std::string rastername(Terrfile.trimmed());
     BinaryFile raster(rastername, big_endian);
-    const std::uint64_t cells = static_cast<std::uint64_t>(nx) * static_cast<std::uint64_t>(ny);
-    if (raster.size() / 4 < cells) {
-        throw binary_error(rastername, static_cast<long long>(raster.size()),
-                           "unexpected end of file, expected " + std::to_string(nx) + " by " +
-                               std::to_string(ny) + " floats (" + std::to_string(cells * 4) +
-                               " bytes) as " + hdrname + " declares");
-    }
+    require_raster_cells(raster, nx, ny, hdrname);
 
     if (Elev2.held) {
         Elev.release();

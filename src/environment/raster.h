@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "environment/grid.h"
+#include "io/binary_file.h"
 #include "io/fixed_text.h"
 
 namespace tn {
@@ -25,6 +26,14 @@ namespace tn {
 // replaced by `ext` (three letters). Deliberate: the replacement goes by position, not by looking
 // for an extension, and a name of three characters or less gives `ext` alone.
 std::string sibling_name(std::string_view name, std::string_view ext);
+
+// A count of columns or rows on line `line` of the header `hdr` must be positive; a count of zero
+// or less would leave a grid that no lookup can use. Ends the run otherwise.
+void require_positive_count(const std::string& hdr, long line, int n, const char* what);
+
+// The raster file must hold the nx by ny floats that its header declares: measured before anything
+// is allocated for them. Ends the run otherwise, naming both files.
+void require_raster_cells(const BinaryFile& raster, int nx, int ny, const std::string& hdr);
 
 // Reads the raster Terrfile and its header and fills Terrhead, Elev, Elev2, Xnode and Ynode.
 //   - Utmzone is set to 0 and then chosen from the lower left corner by LLTOUTM; every node of the
