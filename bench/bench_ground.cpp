@@ -41,11 +41,14 @@ void run(benchmark::State& state, float (*z)(float), float (*sigma)(float), int 
     const Case c = make_case(z, sigma);
     auto work = std::make_unique<tn::GrndWork>();
     std::vector<float> gterm(kBands.size());
-    float single = 0;
-    int cls = 0, nhard = 0;
+    const tn::GroundSection path{c.src, c.rcv, c.terr.data(), tn::kProfileSamples, c.gnd.data(), tn::kProfileSamples,
+                                 c.src[2], c.rcv[2]};
+    tn::GroundLevels out;
+    out.Gterm = gterm.data();
+    int cls = 0;
     for (auto _ : state) {
-        tn::GRNDPROP(c.src, c.rcv, c.terr.data(), tn::kProfileSamples, c.gnd.data(), tn::kProfileSamples, c.src[2],
-                     c.rcv[2], 'R', single, gterm.data(), int(kBands.size()), kBands.data(), cls, nhard, *work);
+        tn::GRNDPROP(path, 'R', int(kBands.size()), kBands.data(), out, *work);
+        cls = out.PathClass;
         benchmark::DoNotOptimize(gterm.data());
         benchmark::ClobberMemory();
     }

@@ -1,5 +1,5 @@
 // Micro-benchmarks of the inner loop: one receiver against a 200-point trajectory over the
-// benchmark terrain (hilly, mixed ground, 24 bands), with the output formatted as a time history.
+// benchmark terrain (hilly, mixed ground, 24 bands), its history formatted as a time-history section.
 // Reported: time per receiver and paths (trajectory points) per second.
 #include <benchmark/benchmark.h>
 
@@ -11,6 +11,7 @@
 #include "batch/runs.h"
 #include "batch/setup.h"
 #include "path/rcvhist.h"
+#include "results/timehist.h"
 
 namespace {
 
@@ -54,11 +55,13 @@ void BM_RcvhistTimeHistory(benchmark::State& state) {
     site.z = 1.2f;
     site.Name = "bench";
     tn::RcvWork work;
-    tn::RcvOutput out;
-    const tn::Name255 outname("bench.tig");
+    tn::ReceiverHistory hist;
+    std::string section;
     for (auto _ : state) {
-        tn::RCVHIST(c.rc, site, 1, 0.0f, outname, c.shared, work, out);
-        benchmark::DoNotOptimize(out.section.data());
+        tn::RCVHIST(c.rc, site, 1, 0.0f, c.shared, work, hist);
+        section.clear();
+        tn::append_section(section, hist, true);
+        benchmark::DoNotOptimize(section.data());
     }
     state.counters["paths/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * c.rc.Npts,
                                                    benchmark::Counter::kIsRate);

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "batch/program.h"
+#include "batch/setup.h"
 #include "io/errors.h"
 #include "support.h"
 

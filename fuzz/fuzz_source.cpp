@@ -24,8 +24,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const float rcv[3] = {400.0f, 100.0f, 1.2f};
         std::vector<float> Srcspec(static_cast<std::size_t>(head.Nband) + 1);
         float Rref = 0.0f, Rslant = 0.0f;
-        tn::SRCTABLE(src, rcv, 10.0f, 12.0f, 90.0f, 0.0f, 100.0f, 0.0f, 80.0f, Srcfile, head.Nband, true,
-                     Srcspec.data(), Rref, Rslant, state);
+        tn::TRAJPOINT pt;
+        pt.Heading = 90.0f;
+        pt.Speed = 100.0f;
+        pt.Power = 80.0f;
+        tn::SRCTABLE({src, rcv, 10.0f, 12.0f}, pt, Srcfile, head.Nband, true, Srcspec.data(), Rref, Rslant, state);
     } catch (const tn::RunError& e) {
         tnfuzz::note(e);
     }

@@ -6,11 +6,9 @@
 // in `Kept`, named for what they are.
 #pragma once
 
-#include <array>
-#include <string>
 #include <vector>
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 #include "environment/sites.h"
 #include "environment/weather.h"
 #include "io/fixed_text.h"
@@ -32,21 +30,22 @@ struct CaseState {
     Name255 Weatherfile{"-"};
     Name255 Nordfile{"-"};
     Name255 Srcfile;
-    float Ctlvalue = 30.4804f;   // 100 feet in metres; read and used by nothing
     Name255 Infofile{"-"};
     Name255 Ambfile{"-"};
+
+    // Read from the files, as their layouts require, and kept; nothing in a run uses them.
+    struct ReadAndKept {
+        float Ctlvalue = 30.4804f;   // control file line 8: 100 feet in metres
+    } read_and_kept;
 
     // Bands of the case.
     int Nband = 0;
     std::vector<float> Freq;    // Hz
-    bool Freq_held = false;     // a hemisphere without a frequency array releases Freq again
     std::vector<float> Absdb;   // dB per metre
     std::vector<float> Wgt;     // A-weighting, dB
 
     float Minagl = 0.0f;                 // lowest source height above ground, metres
     static constexpr float Pressure = 101.325f;   // kPa, never changed
-    static constexpr int Nterrpts = 100;
-    static constexpr int Ngndpts = 100;
     float Tfahr = 0.0f;   // degrees Fahrenheit by contract
     float Rh = 0.0f;      // per cent
     float Maxdist = 18288.0f;
@@ -54,25 +53,16 @@ struct CaseState {
 
     // Terrain.
     GRIDHEAD Terrhead;
-    GRIDHEAD Terrhead3;   // third copy kept after reading; nothing reads it
-    FloatGrid Elev, Elev2, Xnode, Ynode;
+    FloatGrid Elev, Xnode, Ynode;
     GRIDREF Gridref;      // the terrain grid's reference data and the user's frame
-    std::string Title;    // title words of the terrain file
-    int Ntitle = 0;
-    float Corners[8] = {};
-    bool Cornermark = false;
 
     // Ground.
     GRIDHEAD Flowhead;
     FloatGrid Flowz, Flowx, Flowy;
-    GRIDREF Flowref;      // the ground file's own reference record, kept apart
 
     // Receivers of a site run.
     int Nsites = 0;
     std::vector<SITEREC> Sites = std::vector<SITEREC>(kMaxSites);
-    float Boundx[12] = {};
-    float Boundy[12] = {};
-    int Nbound = 0;
 
     // Trajectory.
     int Npts = 0;

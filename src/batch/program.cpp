@@ -7,6 +7,7 @@
 #include "batch/runs.h"
 #include "batch/setup.h"
 #include "io/errors.h"
+#include "io/files.h"
 #include "io/fixed_fields.h"
 #include "io/list_input.h"
 
@@ -31,20 +32,6 @@ int default_threads() {
 }
 
 }  // namespace
-
-void READMAX(const Name255& Path, float& Maxdist) {
-    Maxdist = 18288.0f;
-    if (!file_exists(Path.padded())) return;   // nothing to read: the default stands
-    TextFile f(Path.str());
-    for (;;) {
-        FixedText<3> key;
-        if (list_read(f, key) != IoStatus::Ok) return;
-        if (key == "Max") break;
-        if (f.skip(1) != IoStatus::Ok) return;   // the value line of another key
-    }
-    float value = Maxdist;
-    if (list_read(f, value) == IoStatus::Ok) Maxdist = value;
-}
 
 void command_loop(Session& s) {
     std::string_view rec;
@@ -136,7 +123,6 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         s.script.open(rest[1]);
         command_loop(s);
         s.console.end_progress();
-        s.unit1.close();
         return 0;
     } catch (const RunError& e) {
         s.console.end_progress();

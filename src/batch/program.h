@@ -20,11 +20,6 @@ namespace tn {
 // with a failure.
 int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
-// Reads the value of the key "Max" from the directories file: pairs of lines, a key (its first
-// three characters count) and its value. The first "Max" pair wins; without one, or with a value
-// that cannot be read, or without the file, Maxdist is 18288.0 metres (60,000 feet).
-void READMAX(const Name255& Path, float& Maxdist);
-
 // The command loop over the open script.
 void command_loop(Session& s);
 

@@ -17,8 +17,7 @@ namespace {
 const Name255 kUnsetName{std::string(1, '\x01')};
 
 struct Slot {
-    RcvOutput out;
-    bool computed = false;         // the receiver was above ground and computed
+    ReceiverHistory hist;
     bool srcfile_set = false;      // a point set the run's source name
     Name255 srcfile;
     float kept_after = 0.0f;       // the last good terrain height after the receiver
@@ -35,7 +34,7 @@ bool receivers_independent(const PoolRun& run) {
         if (!(r.z > 0.0f)) continue;
         float kept = std::numeric_limits<float>::quiet_NaN();
         // A lookup that gives no good height returns the kept value, here not a number.
-        if (std::isnan(TERRZ(rc.terrain, r.x, r.y, kept))) return false;
+        if (std::isnan(TERRZ(rc.path.terrain, r.x, r.y, kept))) return false;
     }
     return true;
 }
@@ -58,33 +57,36 @@ void compute_receivers(PoolRun& run, const EmitReceiver& emit) {
         RcvWork work;
         for (;;) {
             long idx;
+            float kept_before;   // the kept height as the receivers emitted so far leave it
             {
                 std::unique_lock<std::mutex> lock(m);
                 space.wait(lock, [&] { return stop || next_claim > run.last || next_claim < next_emit + window; });
                 if (stop || next_claim > run.last) return;
                 idx = next_claim++;
+                kept_before = *run.shared.kept_height;
             }
             Slot& slot = slots[static_cast<std::size_t>((idx - run.first) % window)];
             try {
                 const SITEREC& r = (*run.receivers)[static_cast<std::size_t>(idx - 1)];
-                slot.computed = r.z > 0.0f;
                 slot.srcfile_set = false;
-                if (slot.computed) {
+                if (r.z > 0.0f) {
                     Name255 srcfile = Ptsrc ? kUnsetName : *run.shared.Srcfile;
                     bool reload = *run.shared.Reload;
-                    float kept = *run.shared.kept_height;
+                    float kept = kept_before;   // never read: the receiver's own first lookup is good
                     const HEMIREC* hemi = *run.shared.current_hemi;
                     RcvShared mine = run.shared;
                     mine.Srcfile = &srcfile;
                     mine.Reload = &reload;
                     mine.kept_height = &kept;
                     mine.current_hemi = &hemi;
-                    RCVHIST(*run.rc, r, static_cast<int>(idx), run.Tstart, *run.Outname, mine, work, slot.out);
+                    RCVHIST(*run.rc, r, static_cast<int>(idx), run.Tstart, mine, work, slot.hist);
                     slot.kept_after = kept;
                     if (Ptsrc && !(srcfile == kUnsetName)) {
                         slot.srcfile_set = true;
                         slot.srcfile = srcfile;
                     }
+                } else {
+                    receiver_history(*run.rc, r, static_cast<int>(idx), run.Tstart, run.shared, work, slot.hist);
                 }
             } catch (...) {
                 slot.error = std::current_exception();
@@ -110,13 +112,11 @@ void compute_receivers(PoolRun& run, const EmitReceiver& emit) {
                 done.wait(lock, [&] { return slot.ready; });
             }
             if (slot.error) std::rethrow_exception(slot.error);
-            if (slot.computed) {
-                *run.shared.kept_height = slot.kept_after;
-                if (slot.srcfile_set) *run.shared.Srcfile = slot.srcfile;
-            }
-            emit(idx, slot.computed ? &slot.out : nullptr);
+            if (slot.hist.computed && slot.srcfile_set) *run.shared.Srcfile = slot.srcfile;
+            emit(idx, slot.hist);
             {
                 std::lock_guard<std::mutex> lock(m);
+                if (slot.hist.computed) *run.shared.kept_height = slot.kept_after;
                 slot.ready = false;
                 slot.error = nullptr;
                 ++next_emit;

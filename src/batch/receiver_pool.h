@@ -26,14 +26,12 @@ struct PoolRun {
     long first = 1;                              // receivers first..last are computed
     long last = 0;
     float Tstart = 0.0f;
-    const Name255* Outname = nullptr;
     RcvShared shared;                            // the run's shared values, updated as if in order
     int threads = 1;
 };
 
-// Called on the calling thread for every receiver first..last in order; `out` is null for a
-// receiver that is passed over (height not above 0).
-using EmitReceiver = std::function<void(long idx, const RcvOutput* out)>;
+// Called on the calling thread for every receiver first..last in order, computed or passed over.
+using EmitReceiver = std::function<void(long idx, const ReceiverHistory& h)>;
 
 // Whether the receivers first..last can run at once (see above); the caller falls back to order.
 bool receivers_independent(const PoolRun& run);

@@ -1,16 +1,15 @@
 #include "batch/runs.h"
 
-#include <algorithm>
 #include <cmath>
 #include <string>
 
+#include "batch/receiver_pool.h"
+#include "batch/setup.h"
 #include "environment/sites.h"
 #include "io/errors.h"
 #include "io/fixed_fields.h"
 #include "io/format.h"
-#include "batch/receiver_pool.h"
-#include "path/rcvhist.h"
-#include "results/dbf.h"
+#include "results/bands.h"
 
 namespace tn {
 
@@ -39,34 +38,35 @@ void check_option(Session& s, const FixedText<4>& Runopt, long line, const char*
     throw file_error(s.script.name(), line, msg);
 }
 
-void write_file_header(Session& s, bool grid, int Iifirst, int Iilast, int Iicount, int Jjfirst, int Jjlast,
-                       int Jjcount) {
+// What the writer is told of the run before its first receiver.
+RunHeader run_header(const Session& s, bool grid, const GridBlock& block, long Nrecv) {
     const CaseState& cs = s.cs;
-    OutFile& f = s.unit1;
-    f.line("Filename: " + s.Runout.str());
-    f.line(cs.Terrfile.trimmed());
-    f.line(cs.Gndfile.trimmed());
-    f.line(cs.Sitefile.trimmed());
-    f.line(cs.Infofile.trimmed());
-    f.line(cs.Ambfile.trimmed());
-    if (grid) {
-        f.line("ii: " + fmt_i(Iifirst, 4) + "  " + fmt_i(Iilast, 4) + "  " + fmt_i(Iicount, 4));
-        f.line("jj: " + fmt_i(Jjfirst, 4) + "  " + fmt_i(Jjlast, 4) + "  " + fmt_i(Jjcount, 4));
-    }
-    f.line(cs.Trackfile.trimmed());
-    f.line(cs.Srcfile.trimmed());
-    f.line("---End File Header---");
+    RunHeader run;
+    run.Runout = s.Runout.str();
+    run.grid = grid;
+    run.block = block;
+    run.Terrfile = cs.Terrfile.str();
+    run.Gndfile = cs.Gndfile.str();
+    run.Sitefile = cs.Sitefile.str();
+    run.Infofile = cs.Infofile.str();
+    run.Ambfile = cs.Ambfile.str();
+    run.Trackfile = cs.Trackfile.str();
+    run.Srcfile = cs.Srcfile.str();   // as the runs before have left it
+    run.Npts = cs.Npts;
+    run.Nrecv = Nrecv;
+    run.Utmzone = cs.Utmzone;
+    run.Freq = cs.Freq;
+    run.Bandoff = band_offset(cs.Nband, cs.Freq.data());
+    return run;
 }
-
-bool is_hemisphere(const Name255& name) { return name.contains(".nc") || name.contains(".NC"); }
 
 // Whether a point of this case can reach a source table: the case's source is a list, or, with a
 // source named per point, some point names one.
 bool table_evaluation_possible(const CaseState& cs) {
     if (cs.Npts == 0) return false;
-    if (!cs.Traj[0].Ptsrc) return !is_hemisphere(cs.Srcfile);
+    if (!cs.Traj[0].Ptsrc) return !is_hemisphere_name(cs.Srcfile);
     for (const TRAJPOINT& p : cs.Traj) {
-        if (!is_hemisphere(p.Srcname)) return true;
+        if (!is_hemisphere_name(p.Srcname)) return true;
     }
     return false;
 }
@@ -83,10 +83,12 @@ RcvCase rcv_case(const Session& s) {
     RcvCase rc;
     rc.Nband = cs.Nband;
     rc.Freq = cs.Freq.data();
+    rc.Bandoff = band_offset(cs.Nband, cs.Freq.data());
     rc.Wgt = cs.Wgt.data();
     rc.Absdb = cs.Absdb.data();
-    rc.terrain = cs.terrain();
-    rc.ground = cs.ground();
+    rc.path.terrain = cs.terrain();
+    rc.path.ground = cs.ground();
+    rc.path.model = s.model;
     rc.ref = &cs.Gridref;
     rc.Traj = cs.Traj.data();
     rc.Npts = cs.Npts;
@@ -96,8 +98,6 @@ RcvCase rcv_case(const Session& s) {
     rc.Minagl = cs.Minagl;
     rc.Tfahr = cs.Tfahr;
     rc.Maxdist = cs.Maxdist;
-    rc.model = s.model;
-    rc.setup_hemi = &cs.Hemi;
     return rc;
 }
 
@@ -122,45 +122,52 @@ bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y) {
     return true;
 }
 
-long GRIDRECV(int Iicount, int Jjcount, int Iifirst, int Iilast, int Jjfirst, int Jjlast, const GRIDHEAD& Terrhead,
-              int Utmzone, std::vector<SITEREC>& Recv, const TRAJPOINT* Traj, int Npts, float Maxdist, int Nclass,
-              const Name255& Classfile, AmbientRaster& ambient) {
-    const GRIDHEAD& h = Terrhead;
+long GRIDRECV(const GridBlock& b, const CaseState& cs, AmbientRaster& ambient, std::vector<SITEREC>& Recv) {
+    const GRIDHEAD& h = cs.Terrhead;
     std::size_t n = 0;
-    for (int i = Iifirst; i <= Iilast; ++i) {
-        for (int j = Jjfirst; j <= Jjlast; ++j) {
+    for (int i = b.Iifirst; i <= b.Iilast; ++i) {
+        for (int j = b.Jjfirst; j <= b.Jjlast; ++j) {
             SITEREC& r = Recv[n++];
             // The lattice spans the grid from its first node to its last; a count of 1 divides by zero.
-            r.x = static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(Iicount - 1)) + h.X0;
-            r.y = static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(Jjcount - 1)) + h.Y0;
+            r.x = static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(b.Iicount - 1)) + h.X0;
+            r.y = static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(b.Jjcount - 1)) + h.Y0;
             r.Name = fmt_i(i, 4, 4) + fmt_i(j, 4, 4);
-            r.z = FARAWAY(Traj, Npts, Maxdist, r.x, r.y) ? kOutOfRange : kGridReceiverHeight;
-            r.Ambclass = Nclass < 2 ? 1 : AMBLOOK(r.x, r.y, Utmzone, Classfile, ambient);
+            r.z = FARAWAY(cs.Traj.data(), cs.Npts, cs.Maxdist, r.x, r.y) ? kOutOfRange : kGridReceiverHeight;
+            r.Ambclass = cs.Nclass < 2 ? 1 : AMBLOOK(r.x, r.y, cs.Utmzone, cs.Classfile, ambient);
         }
     }
-    return static_cast<long>(Jjlast - Jjfirst + 1) * static_cast<long>(Iilast - Iifirst + 1);
+    return static_cast<long>(b.Jjlast - b.Jjfirst + 1) * static_cast<long>(b.Iilast - b.Iifirst + 1);
+}
+
+std::unique_ptr<ResultWriter> choose_writer(const FixedText<4>& Runopt, const Name255& Runout) {
+    // A name beginning with "-" gets its file header (or table header and memo blocks) and no rows.
+    const bool rows = Runout[0] != '-';
+    if (Runopt == "yes") return make_dbf_writer(rows);
+    return make_time_history_writer(rows, Runout.contains(".tig") || Runout.contains(".tis"));
 }
 
 void grid_run(Session& s) {
     s.Runbase = script_line(s, "the output base name");
+    GridBlock b;
     std::string_view rec = script_line(s, "the receiver column count");
-    const int Iicount = script_int(s, rec, 5, 8, "Iicount, the receiver columns across the grid");
+    b.Iicount = script_int(s, rec, 5, 8, "Iicount, the receiver columns across the grid");
     rec = script_line(s, "the first and last receiver column");
-    const int Iifirst = script_int(s, rec, 5, 8, "Iifirst, the first receiver column");
-    const int Iilast = script_int(s, rec, 9, 12, "Iilast, the last receiver column");
+    b.Iifirst = script_int(s, rec, 5, 8, "Iifirst, the first receiver column");
+    b.Iilast = script_int(s, rec, 9, 12, "Iilast, the last receiver column");
     rec = script_line(s, "the receiver row count");
-    const int Jjcount = script_int(s, rec, 5, 8, "Jjcount, the receiver rows across the grid");
+    b.Jjcount = script_int(s, rec, 5, 8, "Jjcount, the receiver rows across the grid");
     rec = script_line(s, "the first and last receiver row");
-    const int Jjfirst = script_int(s, rec, 5, 8, "Jjfirst, the first receiver row");
-    const int Jjlast = script_int(s, rec, 9, 12, "Jjlast, the last receiver row");
+    b.Jjfirst = script_int(s, rec, 5, 8, "Jjfirst, the first receiver row");
+    b.Jjlast = script_int(s, rec, 9, 12, "Jjlast, the last receiver row");
     rec = script_line(s, "the output option");
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "grid");
 
     s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tig");
+    const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
-    const long ni = static_cast<long>(Iilast) - Iifirst + 1;
-    const long nj = static_cast<long>(Jjlast) - Jjfirst + 1;
+    const long ni = static_cast<long>(b.Iilast) - b.Iifirst + 1;
+    const long nj = static_cast<long>(b.Jjlast) - b.Jjfirst + 1;
     const long count = ni * nj < 1 ? 0 : ni * nj;
     if (count > kMaxGridReceivers) {
         throw file_error(s.script.name(), s.script.record_number(),
@@ -168,30 +175,16 @@ void grid_run(Session& s) {
                              std::to_string(kMaxGridReceivers) + " fit one run");
     }
     std::vector<SITEREC> recv(static_cast<std::size_t>(count));
-    const CaseState& cs = s.cs;
-    const long Nrecv = GRIDRECV(Iicount, Jjcount, Iifirst, Iilast, Jjfirst, Jjlast, cs.Terrhead, cs.Utmzone, recv,
-                                cs.Traj.data(), cs.Npts, cs.Maxdist, cs.Nclass, cs.Classfile, s.kept.ambient);
+    const long Nrecv = GRIDRECV(b, s.cs, s.kept.ambient, recv);
     // Two negative spans make a positive count over records that no position filled: they stay
     // zero-filled, nameless and at height 0, and are passed over.
-    for (const SITEREC& r : recv) {
-        if (r.Ambclass < 1 || r.Ambclass > cs.Nclass) {
-            throw file_error(cs.Classfile.str(), 0,
-                             "grid receiver " + r.Name.str() + " falls in ambient class " + std::to_string(r.Ambclass) +
-                                 "; the ambient file " + cs.Ambfile.str() + " defines classes 1 to " +
-                                 std::to_string(cs.Nclass));
-        }
-    }
+    for (const SITEREC& r : recv) check_ambient_class(r, s.cs, "grid receiver \"");
 
     s.console.line("Calculating Grid Location");
     s.console.line("       II      JJ");
     s.console.line("      ----    ----");
-    if (Runopt == "no") {
-        s.unit1.open(s.Runout.str());
-        s.run_output = s.Runout.str();
-        write_file_header(s, true, Iifirst, Iilast, Iicount, Jjfirst, Jjlast, Jjcount);
-    }
-    RUNCASE(s, recv, Nrecv);
-    s.unit1.close();
+    RunHeader run = run_header(s, true, b, Nrecv);
+    RUNCASE(s, recv, Nrecv, run, *writer);
 }
 
 void site_run(Session& s) {
@@ -200,19 +193,15 @@ void site_run(Session& s) {
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "site");
     s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tis");
+    const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     s.console.list_line("Generating site files");
     s.console.line("");
-    if (Runopt == "no") {
-        s.unit1.open(s.Runout.str());
-        s.run_output = s.Runout.str();
-        write_file_header(s, false, 0, 0, 0, 0, 0, 0);
-    }
-    // A site run leaves its file open: the next run's open closes it.
-    RUNCASE(s, s.cs.Sites, s.cs.Nsites);
+    RunHeader run = run_header(s, false, GridBlock{}, s.cs.Nsites);
+    RUNCASE(s, s.cs.Sites, s.cs.Nsites, run, *writer);
 }
 
-void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
+void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader& run, ResultWriter& writer) {
     CaseState& cs = s.cs;
     s.Reload = true;
     std::string_view rec = script_line(s, "the hours of the time offset");
@@ -223,18 +212,8 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
     const float seconds = read_real_columns(s.script, rec, 6, 11, 3, "the seconds of the time offset");
     const float Tstart = static_cast<float>(hours) * 3600.0f + static_cast<float>(minutes) * 60.0f + seconds;
 
-    const bool table = s.Runout.contains(".dbf");
     s.run_output = s.Runout.str();
-    if (table) {
-        // A block whose span is negative in one direction holds no receiver: a table of no records,
-        // not one that declares a negative number of them.
-        const long long nrec = static_cast<long long>(cs.Npts) * std::max(Nrecv, 0L);
-        if (nrec > 2147483647LL) {
-            throw file_error(s.Runout.str(), 0,
-                             "the table would hold " + std::to_string(nrec) + " records; a .dbf holds at most 2147483647");
-        }
-        DBFOPEN(static_cast<int>(nrec), s.Runout, s.dbf);
-    }
+    writer.open(run);
 
     const RcvCase rc = rcv_case(s);
     RcvShared shared = rcv_shared(s);
@@ -248,36 +227,28 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
         }
     }
 
-    // What a receiver leaves behind, in receiver order: its progress line, its memo block, its results.
-    const auto emit = [&](long idx, const RcvOutput* out) {
+    // What a receiver leaves behind, in receiver order: its progress line, then its results.
+    const auto emit = [&](long idx, const ReceiverHistory& h) {
         const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
         if (!tig) {
-            std::string record(1, '+');
-            record += r.Name.trimmed();
-            s.console.progress(record);
+            std::string line(1, '+');
+            line += r.Name.trimmed();
+            s.console.progress(line);
         } else {
             int ii = 0, jj = 0;
             (void)parse_int_field(field(r.Name.padded(), 1, 4), ii);
             (void)parse_int_field(field(r.Name.padded(), 5, 8), jj);
             s.console.progress("+      " + fmt_i(ii, 4, 4) + "    " + fmt_i(jj, 4, 4));
         }
-        if (table) SITEMEMO(r, cs.Utmzone, s.Runout, cs.Npts, s.dbf);
-        if (out) {
-            if (table) s.dbf.dbf.write(out->records);
-            else if (s.unit1.is_open()) s.unit1.write(out->section);
-        }
+        writer.receiver(h);
     };
 
     RcvWork work;
-    RcvOutput out;
+    ReceiverHistory hist;
     const auto in_order = [&](long idx) {
-        const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
-        if (r.z > 0.0f) {
-            RCVHIST(rc, r, static_cast<int>(idx), Tstart, s.Runout, shared, work, out);
-            emit(idx, &out);
-        } else {
-            emit(idx, nullptr);
-        }
+        receiver_history(rc, receivers[static_cast<std::size_t>(idx - 1)], static_cast<int>(idx), Tstart, shared,
+                         work, hist);
+        emit(idx, hist);
     };
 
     // In order while the run's source tables wait to be loaded (the first table evaluation loads
@@ -288,23 +259,21 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv) {
     long idx = 1;
     while (idx <= Nrecv && (serial || (tables && (s.Reload || s.kept.srctable.Needload)))) in_order(idx++);
     if (idx <= Nrecv) {
-        PoolRun run;
-        run.rc = &rc;
-        run.receivers = &receivers;
-        run.first = idx;
-        run.last = Nrecv;
-        run.Tstart = Tstart;
-        run.Outname = &s.Runout;
-        run.shared = shared;
-        run.threads = s.threads;
-        if (receivers_independent(run)) {
-            compute_receivers(run, emit);
+        PoolRun pool;
+        pool.rc = &rc;
+        pool.receivers = &receivers;
+        pool.first = idx;
+        pool.last = Nrecv;
+        pool.Tstart = Tstart;
+        pool.shared = shared;
+        pool.threads = s.threads;
+        if (receivers_independent(pool)) {
+            compute_receivers(pool, emit);
         } else {
             while (idx <= Nrecv) in_order(idx++);
         }
     }
-    if (table) DBFCLOSE(s.dbf);
-    s.unit1.flush();
+    writer.finish();
     s.run_output.clear();
     s.console.line("");
 }

@@ -1,4 +1,4 @@
-// Grid and site runs: the receivers, the output file and its header, and the case runner.
+// Grid and site runs: the receivers, the result writer and the case runner.
 //
 // grid block (lines after the command): output base name (columns 1-255); receiver columns that
 // span the grid (5-8); first and last column to compute (5-8, 9-12); receiver rows that span the
@@ -8,10 +8,12 @@
 // site block: output base name; the output option ("no": ".tis", "yes": ".dbf"); the time offset.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "batch/session.h"
 #include "path/rcvhist.h"
+#include "results/writer.h"
 
 namespace tn {
 
@@ -24,22 +26,25 @@ inline constexpr float kOutOfRange = -1.0e34f;
 bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y);
 
 // Fills the lattice block of receivers: position (i, j) of Iicount by Jjcount spans the terrain grid
-// from its first node to its last; names "iiiijjjj"; height 1.219215 in range, -1.0e34 beyond.
-// Returns the receiver count, (Jjlast - Jjfirst + 1) * (Iilast - Iifirst + 1).
-long GRIDRECV(int Iicount, int Jjcount, int Iifirst, int Iilast, int Jjfirst, int Jjlast, const GRIDHEAD& Terrhead,
-              int Utmzone, std::vector<SITEREC>& Recv, const TRAJPOINT* Traj, int Npts, float Maxdist,
-              int Nclass, const Name255& Classfile, AmbientRaster& ambient);
+// from its first node to its last; names "iiiijjjj"; height 1.219215 in range, -1.0e34 beyond;
+// j runs fastest. The ambient class comes from the case's class raster (loaded into `ambient` on
+// first use). Returns the receiver count, (Jjlast - Jjfirst + 1) * (Iilast - Iifirst + 1).
+long GRIDRECV(const GridBlock& b, const CaseState& cs, AmbientRaster& ambient, std::vector<SITEREC>& Recv);
 
 // What a receiver's history reads of the case, and the values it shares from receiver to receiver.
 RcvCase rcv_case(const Session& s);
 RcvShared rcv_shared(Session& s);
 
+// The writer of a run's output option ("yes": the dBase table; otherwise the time-history file)
+// for the result name Runout: chosen once, where the run command is read.
+std::unique_ptr<ResultWriter> choose_writer(const FixedText<4>& Runopt, const Name255& Runout);
+
 // The runs of the script commands `grid`/`Grid` and `site`; each reads its block from the script.
 void grid_run(Session& s);
 void site_run(Session& s);
 
-// Reads the time offset from the script, then computes every receiver above ground in order and
-// writes its results.
-void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv);
+// Reads the time offset from the script, opens the writer, computes every receiver in order (those
+// above ground; the others are passed over) and hands each to the writer, then finishes it.
+void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader& run, ResultWriter& writer);
 
 }  // namespace tn

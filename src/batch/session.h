@@ -1,5 +1,5 @@
-// The command level of a run: the program's own buffers, the run script, the case and the result
-// files, as one record owned by the program and passed by reference.
+// The command level of a run: the program's own buffers, the run script and the case, as one record
+// owned by the program and passed by reference. The result files belong to the writer of each run.
 #pragma once
 
 #include <memory>
@@ -7,12 +7,10 @@
 
 #include "batch/case_state.h"
 #include "io/console.h"
-#include "io/files.h"
 #include "io/fixed_text.h"
 #include "io/text_file.h"
 #include "path/dispatch.h"
 #include "path/nord_library.h"
-#include "results/dbf.h"
 
 namespace tn {
 
@@ -40,9 +38,7 @@ struct Session {
     std::unique_ptr<NordLibrary> nord;       // the library of the weather path, when in force
     PathModel model;
 
-    OutFile unit1;              // the result file of a run; a ".tis" stays open until the next
     std::string run_output;     // the result file a run is writing, while it writes; for messages
-    DbfFiles dbf;               // a table and its memo companion, during a run
 };
 
 }  // namespace tn

@@ -5,18 +5,18 @@
 #include <string>
 
 #include "batch/aweight.h"
-#include "batch/program.h"
 #include "environment/grid_file.h"
 #include "environment/land_cover.h"
 #include "environment/raster.h"
 #include "io/binary_file.h"
 #include "io/errors.h"
+#include "io/files.h"
 #include "io/fixed_fields.h"
 #include "io/list_input.h"
 #include "path/absorption.h"
 #include "path/nord_library.h"
 #include "path/profile.h"
-#include "path/rcvhist.h"
+#include "results/bands.h"
 
 namespace tn {
 
@@ -37,21 +37,27 @@ void require_lattice(const GRIDHEAD& h, const Name255& file, const char* what) {
     }
 }
 
-void allocate_four(FloatGrid& a, FloatGrid& b, FloatGrid& c, FloatGrid& d, const GRIDHEAD& h) {
-    a.allocate(h.NX, h.NY);
-    b.allocate(h.NX, h.NY);
-    c.allocate(h.NX, h.NY);
-    d.allocate(h.NX, h.NY);
-}
-
 }  // namespace
 
-int band_offset(int Nband, const float* Freq) {
-    if (Nband < 1) return 1;
-    for (int p = 1; p <= 32; ++p) {
-        if (BANDTAB[p - 1] == Freq[0]) return p;
+void READMAX(const Name255& Path, float& Maxdist) {
+    Maxdist = 18288.0f;
+    if (!file_exists(Path.padded())) return;   // nothing to read: the default stands
+    TextFile f(Path.str());
+    for (;;) {
+        FixedText<3> key;
+        if (list_read(f, key) != IoStatus::Ok) return;
+        if (key == "Max") break;
+        if (f.skip(1) != IoStatus::Ok) return;   // the value line of another key
     }
-    return 1;
+    float value = Maxdist;
+    if (list_read(f, value) == IoStatus::Ok) Maxdist = value;
+}
+
+void check_ambient_class(const SITEREC& r, const CaseState& cs, const char* what) {
+    if (r.Ambclass >= 1 && r.Ambclass <= cs.Nclass) return;
+    throw file_error(cs.Classfile.str(), 0,
+                     std::string(what) + r.Name.str() + "\" falls in ambient class " + std::to_string(r.Ambclass) +
+                         "; the ambient file " + cs.Ambfile.str() + " defines classes 1 to " + std::to_string(cs.Nclass));
 }
 
 void read_control_file(Session& s) {
@@ -68,7 +74,7 @@ void read_control_file(Session& s) {
     }
     // Lines 8 to 10 as far as the file goes.
     ListReader r(f);
-    const IoStatus st = r.read(cs.Ctlvalue);
+    const IoStatus st = r.read(cs.read_and_kept.Ctlvalue);
     if (st == IoStatus::End) return;
     if (st == IoStatus::Error) r.fail("a number on line 8 of the control file");
     std::string_view rec;
@@ -121,16 +127,11 @@ void setup_ambient(Session& s) {
 
 void setup_source(Session& s) {
     CaseState& cs = s.cs;
-    if (cs.Srcfile.contains(".nc") || cs.Srcfile.contains(".NC")) {
+    if (is_hemisphere_name(cs.Srcfile)) {
         LOADONEHEMI(cs.Srcfile, cs.Hemi, 255);
         cs.Nband = cs.Hemi.Nfreq > 0 ? cs.Hemi.Nfreq : 0;
-        if (cs.Hemi.Hfreq_held) {
-            cs.Freq.assign(cs.Hemi.Hfreq.begin(), cs.Hemi.Hfreq.begin() + cs.Nband);
-            cs.Freq_held = true;
-        } else {
-            cs.Freq.clear();
-            cs.Freq_held = false;
-        }
+        if (cs.Hemi.Hfreq_held) cs.Freq.assign(cs.Hemi.Hfreq.begin(), cs.Hemi.Hfreq.begin() + cs.Nband);
+        else cs.Freq.clear();
         cs.Minagl = 10.0f;
     } else if (cs.Srcfile.contains(".hem")) {
         throw file_error(cs.Srcfile.str(), 0,
@@ -140,7 +141,6 @@ void setup_source(Session& s) {
         SourceListHead head = read_source_list_head(cs.Srcfile);
         cs.Nband = head.Nband;
         cs.Freq = std::move(head.Freq);
-        cs.Freq_held = true;
         cs.Minagl = head.Minagl_feet;
     }
     cs.Absdb.assign(static_cast<std::size_t>(cs.Nband), 0.0f);
@@ -167,7 +167,8 @@ void setup_terrain(Session& s) {
     if (cs.Terrfile.contains(".flt")) {
         Name255 Siteerr("none");
         std::size_t nodata = 0;
-        READFLT(cs.Terrfile, Siteerr, cs.Utmzone, cs.Terrhead, cs.Elev, cs.Elev2, cs.Xnode, cs.Ynode, nodata);
+        FloatGrid rows;   // the raster's rows as the file holds them, for the reading only
+        READFLT(cs.Terrfile, Siteerr, cs.Utmzone, cs.Terrhead, cs.Elev, rows, cs.Xnode, cs.Ynode, nodata);
         if (nodata > 0) s.console.line(nodata_warning(cs.Terrfile, nodata));
         require_lattice(cs.Terrhead, cs.Terrfile, "the terrain raster");
         return;
@@ -181,13 +182,18 @@ void setup_terrain(Session& s) {
                          "its dimensions); its heights cannot be read");
     }
     require_lattice(cs.Terrhead, cs.Terrfile, "the terrain grid");
-    allocate_four(cs.Elev, cs.Elev2, cs.Xnode, cs.Ynode, cs.Terrhead);
+    cs.Elev.allocate(cs.Terrhead.NX, cs.Terrhead.NY);
+    cs.Xnode.allocate(cs.Terrhead.NX, cs.Terrhead.NY);
+    cs.Ynode.allocate(cs.Terrhead.NX, cs.Terrhead.NY);
     unit.rewind();
-    READGRID(cs.Title, cs.Ntitle, cs.Utmzone, cs.Elev, cs.Xnode, cs.Ynode, "ZALT", cs.Corners, cs.Cornermark, unit,
-             cs.Terrhead, cs.Gridref);
+    // The title words and the corners are read as the file's layout requires; no run uses them.
+    std::string title;
+    int ntitle = 0;
+    float corners[8] = {};
+    bool cornermark = false;
+    READGRID(title, ntitle, cs.Utmzone, cs.Elev, cs.Xnode, cs.Ynode, "ZALT", corners, cornermark, unit, cs.Terrhead,
+             cs.Gridref);
     unit.close();
-    cs.Elev2 = cs.Elev;
-    cs.Terrhead3 = cs.Terrhead;
 }
 
 void setup_ground(Session& s) {
@@ -225,8 +231,9 @@ void setup_ground(Session& s) {
         int ntitle = 0, zone = 0;
         float corners[8] = {};
         bool cornermark = false;
+        GRIDREF flowref;
         READGRID(title, ntitle, zone, cs.Flowz, cs.Flowx, cs.Flowy, "FLOW", corners, cornermark, unit, cs.Flowhead,
-                 cs.Flowref);
+                 flowref);
         return;
     }
     if (cs.Gndfile.contains(".flt")) {
@@ -243,7 +250,6 @@ void setup_sites(Session& s) {
     CaseState& cs = s.cs;
     auto reference = [&cs] {
         cs.Nsites = 1;
-        cs.Nbound = 0;
         SITEREC& r = cs.Sites[0];
         r = SITEREC{};
         r.x = cs.Gridref.Xuser;
@@ -255,18 +261,15 @@ void setup_sites(Session& s) {
         reference();
     } else {
         Name255 Siteerr("none");
-        READSITES(cs.Sites, cs.Sitefile, cs.Nsites, cs.Boundx, cs.Boundy, cs.Nbound, cs.Utmzone, Siteerr);
+        float boundx[kMaxBounds] = {}, boundy[kMaxBounds] = {};   // read as the layout requires, not used
+        int nbound = 0;
+        READSITES(cs.Sites, cs.Sitefile, cs.Nsites, boundx, boundy, nbound, cs.Utmzone, Siteerr);
         if (!(Siteerr == "none")) reference();   // given up silently
     }
     for (int k = 0; k < cs.Nsites; ++k) {
         SITEREC& site = cs.Sites[static_cast<std::size_t>(k)];
         site.Ambclass = cs.Nclass < 2 ? 1 : AMBLOOK(site.x, site.y, cs.Utmzone, cs.Classfile, s.kept.ambient);
-        if (site.Ambclass < 1 || site.Ambclass > cs.Nclass) {
-            throw file_error(cs.Classfile.str(), 0,
-                             "receiver \"" + site.Name.str() + "\" falls in ambient class " +
-                                 std::to_string(site.Ambclass) + "; the ambient file " + cs.Ambfile.str() +
-                                 " defines classes 1 to " + std::to_string(cs.Nclass));
-        }
+        check_ambient_class(site, cs, "receiver \"");
     }
 }
 
@@ -303,7 +306,7 @@ void setup_trajectory(Session& s) {
     if (cs.Npts > 0 && cs.Traj[0].Ptsrc) {
         for (int n = 0; n < cs.Npts; ++n) {
             const Name255& name = cs.Traj[static_cast<std::size_t>(n)].Srcname;
-            if (!name.contains(".nc") && !name.contains(".NC") && name.contains(".hem")) {
+            if (!is_hemisphere_name(name) && name.contains(".hem")) {
                 throw file_error(cs.Trackfile.str(), 17 + n,
                                  "point " + std::to_string(n + 1) + " names the \".hem\" source " + name.str() +
                                      ", which cannot be evaluated");

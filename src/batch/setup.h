@@ -29,7 +29,13 @@ void setup_trajectory(Session& s);
 void setup_weather(Session& s);
 void setup_nord_parameters(Session& s);
 
-// Band position of the first frequency in the band table (1 when it is none of them).
-int band_offset(int Nband, const float* Freq);
+// Reads the value of the key "Max" from the directories file: pairs of lines, a key (its first
+// three characters count) and its value. The first "Max" pair wins; without one, or with a value
+// that cannot be read, or without the file, Maxdist is 18288.0 metres (60,000 feet).
+void READMAX(const Name255& Path, float& Maxdist);
+
+// Stops the run when a receiver's ambient class is outside 1..Nclass of the case; `what` begins
+// the message and is followed by the receiver's name and a closing quote.
+void check_ambient_class(const SITEREC& r, const CaseState& cs, const char* what);
 
 }  // namespace tn

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 #include "io/binary_file.h"
 
 namespace tn {

@@ -11,7 +11,7 @@
 #include "io/errors.h"
 #include "io/list_input.h"
 #include "io/text_file.h"
-#include "path/coordinates.h"
+#include "geo/coordinates.h"
 
 namespace tn {
 

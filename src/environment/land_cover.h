@@ -19,7 +19,7 @@
 
 #include <string_view>
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 #include "io/fixed_text.h"
 
 namespace tn {

@@ -16,7 +16,7 @@
 #include <string>
 #include <string_view>
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 #include "io/binary_file.h"
 #include "io/fixed_text.h"
 

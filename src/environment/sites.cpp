@@ -10,7 +10,7 @@
 #include "io/fixed_fields.h"
 #include "io/list_input.h"
 #include "io/text_file.h"
-#include "path/coordinates.h"
+#include "geo/coordinates.h"
 
 namespace tn {
 

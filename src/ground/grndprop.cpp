@@ -176,9 +176,20 @@ void MIXGND(const float* GndX, const float* HardFlag, int N, float Hs, float Hr,
     MIXAPPLY(m, ASoft, AHard, AMix);
 }
 
-void GRNDPROP(const float Src[3], const float Rcv[3], const PROFPT* Terr, int NTerr, const PROFPT* Gsec,
-              int NGsec, float Hs, float Hr, char Mode, float& Single, float* Gterm, int Nband,
-              const float* Freq, int& PathClass, int& NHard, GrndWork& work) {
+void GRNDPROP(const GroundSection& path, char Mode, int Nband, const float* Freq, GroundLevels& out,
+              GrndWork& work) {
+    const float* Src = path.Src;
+    const float* Rcv = path.Rcv;
+    const PROFPT* Terr = path.Terr;
+    const int NTerr = path.NTerr;
+    const PROFPT* Gsec = path.Gsec;
+    const int NGsec = path.NGsec;
+    const float Hs = path.Hs;
+    const float Hr = path.Hr;
+    float& Single = out.Single;
+    float* Gterm = out.Gterm;
+    int& PathClass = out.PathClass;
+    int& NHard = out.NHard;
     PathClass = 0;
     NHard = 0;
     if (NTerr < 1 || NTerr > kProfileSamples) {

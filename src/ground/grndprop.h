@@ -16,20 +16,10 @@
 //      closed-form fits once (LEVEL, HILLPAR, UPVAL; ground type 1 then 0) into Single and leaves
 //      Gterm alone; any other Mode runs FLATFULL, HILLFULL or VALLFULL per band.
 //
-// Arguments (all 32-bit; distances and heights in metres, frequencies in Hz, levels in dB):
-//   Src, Rcv    x, y, z of source and receiver; x and y give the horizontal distance of a flat path
-//   Terr, NTerr terrain section: d from 0 at the source in equal steps, v elevation
-//   Gsec, NGsec ground section: d, v flow resistivity (kPa s/m^2)
-//   Hs, Hr      source and receiver heights above the ground at their feet
-//   Mode        'P' parametric, any other letter rigorous (runs pass 'R')
-//   Single      out: in parametric mode the result of the path; in rigorous mode that of the last band
-//   Gterm       out: rigorous mode, one level per band
-//   Nband, Freq the bands
-//   PathClass   out: 1 flat, 2 hill, 3 valley; 0 if the class test meets a NaN (then Single and every
-//               Gterm are NaN, if there is ground)
-//   NHard       out: number of hard ground points
-//   work        working storage of the call, owned by the calling thread; no state lives from one
-//               call to the next, and GRNDPROP allocates nothing.
+// Arguments (all 32-bit; distances and heights in metres, frequencies in Hz, levels in dB): the path
+// (GroundSection), Mode ('P' parametric, any other letter rigorous; runs pass 'R'), the bands
+// (Nband, Freq), the results (GroundLevels) and `work`, the working storage of the call, owned by
+// the calling thread; no state lives from one call to the next, and GRNDPROP allocates nothing.
 // With no ground points (NGsec <= 0) no sub-model runs: Single and Gterm keep what the caller put
 // there (the caller zeroes Gterm), while PathClass is still found.
 // NTerr outside 1..kProfileSamples, or NGsec above kProfileSamples, is a tn::RunError (no console
@@ -50,7 +40,7 @@
 #include "ground/hill.h"
 #include "ground/valley.h"
 #include "ground/xzpt.h"
-#include "path/profpt.h"
+#include "ground/profpt.h"
 
 namespace tn {
 
@@ -83,9 +73,29 @@ struct GrndWork {
     VALLGEOM valley;
 };
 
-void GRNDPROP(const float Src[3], const float Rcv[3], const PROFPT* Terr, int NTerr, const PROFPT* Gsec,
-              int NGsec, float Hs, float Hr, char Mode, float& Single, float* Gterm, int Nband,
-              const float* Freq, int& PathClass, int& NHard, GrndWork& work);
+// The path as the ground model sees it.
+struct GroundSection {
+    const float* Src = nullptr;   // x, y, z of the source; x and y give the horizontal distance of a flat path
+    const float* Rcv = nullptr;   // x, y, z of the receiver
+    const PROFPT* Terr = nullptr; // terrain section: d from 0 at the source in equal steps, v elevation
+    int NTerr = 0;
+    const PROFPT* Gsec = nullptr; // ground section: d, v flow resistivity (kPa s/m^2)
+    int NGsec = 0;
+    float Hs = 0.0f;              // source and receiver heights above the ground at their feet
+    float Hr = 0.0f;
+};
+
+// What the ground model gives.
+struct GroundLevels {
+    float Single = 0.0f;          // parametric mode: the result of the path; rigorous: that of the last band
+    float* Gterm = nullptr;       // rigorous mode: one level per band (Nband floats, owned by the caller)
+    int PathClass = 0;            // 1 flat, 2 hill, 3 valley; 0 if the class test meets a NaN (then
+                                  // Single and every Gterm are NaN, if there is ground)
+    int NHard = 0;                // number of hard ground points
+};
+
+void GRNDPROP(const GroundSection& path, char Mode, int Nband, const float* Freq, GroundLevels& out,
+              GrndWork& work);
 
 // Deviations of a section of N points from the straight line from H1 above its first point to H2
 // above its last. Ext[0], Idx[0]: the largest signed deviation of terrain above the line and its

@@ -5,24 +5,20 @@
 
 namespace tn {
 
-void PATHEFFECT(int Nterrpts, const float src[3], const float rcv[3], int Ngndpts, float src_altitude,
-                float rcv_height, int Nband, const float* Freq, float* Gterm, int& PathClass, int& NHard,
-                float Minagl, const GridView& terrain, const GridView& ground, float& kept_height,
-                const PathModel& model, PathWork& work) {
-    (void)src_altitude;
-    (void)rcv_height;
-    (void)Minagl;
-    (void)Ngndpts;
-    TERRPROF(terrain, src, rcv, work.Terr, Nterrpts, 0, kept_height);
+void PATHEFFECT(const PathCase& pc, const float src[3], const float rcv[3], int Nband, const float* Freq,
+                float* Gterm, float& kept_height, PathWork& work) {
+    constexpr int n = kProfileSamples;
+    TERRPROF(pc.terrain, src, rcv, work.Terr, n, 0, kept_height);
     // The ground section takes the terrain section's count.
-    TERRPROF(ground, src, rcv, work.Gsec, Nterrpts, 1, kept_height);
-    if (!model.Usenord) {
-        float scratch = 0.0f;
-        GRNDPROP(src, rcv, work.Terr, Nterrpts, work.Gsec, Nterrpts, src[2], rcv[2], 'R', scratch, Gterm,
-                 Nband, Freq, PathClass, NHard, work.grnd);
+    TERRPROF(pc.ground, src, rcv, work.Gsec, n, 1, kept_height);
+    if (!pc.model.Usenord) {
+        const GroundSection path{src, rcv, work.Terr, n, work.Gsec, n, src[2], rcv[2]};
+        GroundLevels levels;
+        levels.Gterm = Gterm;
+        GRNDPROP(path, 'R', Nband, Freq, levels, work.grnd);
         return;
     }
-    nord_path_effect(Nterrpts, src, rcv, Nband, Freq, Gterm, work.Terr, work.Gsec, model);
+    nord_path_effect(n, src, rcv, Nband, Freq, Gterm, work.Terr, work.Gsec, pc.model);
 }
 
 }  // namespace tn

@@ -2,10 +2,10 @@
 // atmosphere on one source-receiver path, relative to free field.
 #pragma once
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 #include "environment/weather.h"
 #include "ground/grndprop.h"
-#include "path/profpt.h"
+#include "ground/profpt.h"
 
 namespace tn {
 
@@ -21,6 +21,13 @@ struct PathModel {
     const NordLibrary* nord = nullptr;    // the loaded library entry, with a weather file
 };
 
+// The grids and the model of a case, as a path reads them.
+struct PathCase {
+    GridView terrain;
+    GridView ground;
+    PathModel model;
+};
+
 // Per-thread working storage of a path: the two sections and the ground model's storage.
 struct PathWork {
     PROFPT Terr[kProfileSamples];
@@ -29,12 +36,10 @@ struct PathWork {
 };
 
 // Samples the terrain section (TERRZ, with the kept height) and the ground section (GNDVAL) of the
-// path between the working source and receiver (x, y, height above ground), then fills Gterm
-// (arriving zeroed) with the in-house model GRNDPROP in rigorous mode, or, with a weather file, by
-// way of the library entry CALLNORD. src_altitude and Minagl are accepted and not used.
-void PATHEFFECT(int Nterrpts, const float src[3], const float rcv[3], int Ngndpts, float src_altitude,
-                float rcv_height, int Nband, const float* Freq, float* Gterm, int& PathClass, int& NHard,
-                float Minagl, const GridView& terrain, const GridView& ground, float& kept_height,
-                const PathModel& model, PathWork& work);
+// path between the working source and receiver (x, y, height above ground), kProfileSamples each,
+// then fills Gterm (arriving zeroed) with the in-house model GRNDPROP in rigorous mode, or, with a
+// weather file, by way of the library entry CALLNORD.
+void PATHEFFECT(const PathCase& pc, const float src[3], const float rcv[3], int Nband, const float* Freq,
+                float* Gterm, float& kept_height, PathWork& work);
 
 }  // namespace tn

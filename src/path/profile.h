@@ -8,8 +8,8 @@
 // both node-position grids hold exactly head->NX by head->NY nodes.
 #pragma once
 
-#include "environment/grid.h"
-#include "path/profpt.h"
+#include "geo/grid.h"
+#include "ground/profpt.h"
 
 namespace tn {
 

@@ -3,11 +3,10 @@
 #include <climits>
 #include <cmath>
 
+#include "geo/coordinates.h"
 #include "io/clock.h"
 #include "path/profile.h"
-#include "results/dbf.h"
 #include "results/detect.h"
-#include "results/timehist.h"
 #include "source/srcangles.h"
 
 namespace tn {
@@ -41,8 +40,25 @@ int tenths(float level) {
     return v < -999 ? -999 : v;
 }
 
-void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, const Name255& Outname,
-             RcvShared& shared, RcvWork& work, RcvOutput& out) {
+void describe_receiver(const RcvCase& cs, const SITEREC& site, int Siteidx, ReceiverHead& head) {
+    head.Siteidx = Siteidx;
+    head.Name = site.Name;
+    head.x = site.x;
+    head.y = site.y;
+    head.z = site.z;
+    head.Utmzone = cs.Utmzone;
+    UTMTOLL(cs.Utmzone, site.x, site.y, head.lon, head.lat);
+    UTMTOUSER(*cs.ref, site.x, site.y, head.user_x, head.user_y);
+    head.date = today();
+    int* Ambrow = head.Ambrow;
+    for (int c = 0; c < kRowColumns; ++c) Ambrow[c] = kMissingTenths;
+    const int cls = site.Ambclass;
+    Ambrow[1] = machine_int(cs.AMBLEVEL[cls - 1] * 10.0f);
+    for (int k = 1; k <= 24; ++k) Ambrow[8 + k] = machine_int(cs.AMBSPEC[(cls - 1) * 24 + (k - 1)] * 10.0f);
+}
+
+void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, RcvShared& shared, RcvWork& work,
+             ReceiverHistory& out) {
     const int Nband = cs.Nband;
     work.size_for(Nband);
     float* Srcspec = work.Srcspec.data();
@@ -50,44 +66,26 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
     float* Gterm = work.Gterm.data();
     float* Levfree = work.Levfree.data();
 
-    int Outrow[34];
-    int Ambrow[34];
-    for (int c = 0; c < 34; ++c) Outrow[c] = Ambrow[c] = -999;
-    const int cls = site.Ambclass;
-    Ambrow[1] = machine_int(cs.AMBLEVEL[cls - 1] * 10.0f);
-    for (int k = 1; k <= 24; ++k) Ambrow[8 + k] = machine_int(cs.AMBSPEC[(cls - 1) * 24 + (k - 1)] * 10.0f);
+    describe_receiver(cs, site, Siteidx, out.head);
+    out.computed = true;
+    out.points.resize(static_cast<std::size_t>(cs.Npts > 0 ? cs.Npts : 0));
+    const int* Ambrow = out.head.Ambrow;
+    int Outrow[kRowColumns];
+    for (int c = 0; c < kRowColumns; ++c) Outrow[c] = kMissingTenths;
 
     float wrcv[3] = {site.x, site.y, site.z};
     // Speed of sound from degrees Fahrenheit, metres per second.
     const float Cspeed = std::sqrt(cs.Tfahr + 459.0f) * 49.1f / 3.2808f;
-    const CivilDate date = today();
-
-    const bool silent = Outname[0] == '-';
-    const bool table = Outname.contains(".dbf");
-    const bool lines = Outname.contains(".tig") || Outname.contains(".tis");
-    out.section.clear();
-    out.records.clear();
-    if (!silent && !table) append_section_header(out.section, site, cs.Npts, cs.Utmzone, *cs.ref, date, Ambrow);
-
-    int Bandoff = 1;
-    if (Nband > 0) {
-        for (int p = 1; p <= 32; ++p) {
-            if (BANDTAB[p - 1] == cs.Freq[0]) {
-                Bandoff = p;
-                break;
-            }
-        }
-    }
+    const int Bandoff = cs.Bandoff;
 
     const bool Ptsrc = cs.Npts > 0 && cs.Traj[0].Ptsrc;
     float Rref = 0.0f;
     float Rslant = 0.0f;
-    int PathClass = 0, NHard = 0;
 
     for (int n = 1; n <= cs.Npts; ++n) {
         const TRAJPOINT& pt = cs.Traj[n - 1];
-        const float hR = TERRZ(cs.terrain, site.x, site.y, *shared.kept_height);
-        const float hS = TERRZ(cs.terrain, pt.x, pt.y, *shared.kept_height);
+        const float hR = TERRZ(cs.path.terrain, site.x, site.y, *shared.kept_height);
+        const float hS = TERRZ(cs.path.terrain, pt.x, pt.y, *shared.kept_height);
         float wsrc[3] = {pt.x, pt.y, larger(pt.z - hS, cs.Minagl)};
 
         // Range test on the geometric distance from the raw altitude.
@@ -96,12 +94,14 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
         const float dz = pt.z - (site.z + hR);
         const float d = std::sqrt(dx * dx + dy * dy + dz * dz);
 
+        HistoryPoint& row = out.points[static_cast<std::size_t>(n - 1)];
         float flat_ground, aw_ground;
-        if (d < cs.Maxdist) {
+        row.in_range = d < cs.Maxdist;
+        if (row.in_range) {
             // Source selection.
             if (Ptsrc) *shared.Srcfile = pt.Srcname;
             const Name255& Srcfile = *shared.Srcfile;
-            if (Srcfile.contains(".nc") || Srcfile.contains(".NC")) {
+            if (is_hemisphere_name(Srcfile)) {
                 if (Ptsrc) {
                     const int moves = shared.srctable ? shared.srctable->folder_moves : 0;
                     *shared.current_hemi = &shared.hemispheres->load(Srcfile, moves);
@@ -118,14 +118,13 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
                     if (!(pt.Srcname == Srcfile)) *shared.Reload = true;
                     *shared.Srcfile = pt.Srcname;
                 }
-                SRCTABLE(wsrc, wrcv, hS, hR, pt.Heading, pt.Bank, pt.Speed, pt.Climb, pt.Power, *shared.Srcfile,
-                         Nband, *shared.Reload, Srcspec, Rref, Rslant, *shared.srctable);
+                const SourceGeometry geom{wsrc, wrcv, hS, hR};
+                SRCTABLE(geom, pt, *shared.Srcfile, Nband, *shared.Reload, Srcspec, Rref, Rslant, *shared.srctable);
                 *shared.Reload = false;
             }
 
             for (int i = 0; i < Nband; ++i) Gterm[i] = 0.0f;
-            PATHEFFECT(kProfileSamples, wsrc, wrcv, kProfileSamples, pt.z, site.z, Nband, cs.Freq, Gterm, PathClass,
-                       NHard, cs.Minagl, cs.terrain, cs.ground, *shared.kept_height, cs.model, work.path);
+            PATHEFFECT(cs.path, wsrc, wrcv, Nband, cs.Freq, Gterm, *shared.kept_height, work.path);
 
             const float S = 20.0f * std::log10(Rref / Rslant);
             float E1 = 0.0f, E2 = 0.0f, E3 = 0.0f, E4 = 0.0f;
@@ -153,8 +152,7 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
             Rslant = d;
         }
 
-        const float t = pt.Time + Rslant / Cspeed + Tstart;
-        if (silent) continue;
+        row.t = pt.Time + Rslant / Cspeed + Tstart;
 
         Outrow[0] = tenths(flat_ground);
         Outrow[1] = tenths(aw_ground);
@@ -173,18 +171,20 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
         if (M >= 9999) M = 9999;
         if (M <= -999) M = -999;
 
-        if (table) {
-            append_dbf_record(out.records, Siteidx, site.Name, t, Outrow);
-        } else if (lines) {
-            append_data_line(out.section, n, t, Outrow, M);
-        }
+        for (int c = 0; c < kRowColumns; ++c) row.Outrow[c] = Outrow[c];
+        row.M = M;
     }
+}
 
-    // Only time-history names get their lines and the end line; any other name, the header alone.
-    if (!silent && !table && lines) {
-        out.section += kEndOfSection;
-        out.section += '\n';
+void receiver_history(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, RcvShared& shared,
+                      RcvWork& work, ReceiverHistory& out) {
+    if (site.z > 0.0f) {
+        RCVHIST(cs, site, Siteidx, Tstart, shared, work, out);
+        return;
     }
+    describe_receiver(cs, site, Siteidx, out.head);
+    out.computed = false;
+    out.points.clear();
 }
 
 }  // namespace tn

@@ -8,35 +8,28 @@
 // levels are sums of single-precision powers.
 #pragma once
 
-#include <string>
 #include <vector>
 
-#include "environment/grid.h"
 #include "environment/sites.h"
+#include "geo/grid.h"
 #include "io/fixed_text.h"
 #include "path/dispatch.h"
+#include "results/history.h"
 #include "source/hemisphere.h"
 #include "source/srctable.h"
 #include "source/trajectory.h"
 
 namespace tn {
 
-// The 32 nominal one-third-octave centre frequencies, 10 Hz to 12500 Hz. Position p is band number
-// p + 9 on the rulers of the result files.
-inline constexpr float BANDTAB[32] = {10.0f,   12.5f,   16.0f,   20.0f,   25.0f,   31.5f,   40.0f,   50.0f,
-                                      63.0f,   80.0f,   100.0f,  125.0f,  160.0f,  200.0f,  250.0f,  315.0f,
-                                      400.0f,  500.0f,  630.0f,  800.0f,  1000.0f, 1250.0f, 1600.0f, 2000.0f,
-                                      2500.0f, 3150.0f, 4000.0f, 5000.0f, 6300.0f, 8000.0f, 10000.0f, 12500.0f};
-
 // Read-only data of the case that a receiver's history needs.
 struct RcvCase {
     int Nband = 0;
     const float* Freq = nullptr;
+    int Bandoff = 1;                   // BANDTAB position of Freq[0]
     const float* Wgt = nullptr;
     const float* Absdb = nullptr;
-    GridView terrain;
-    GridView ground;
-    const GRIDREF* ref = nullptr;
+    PathCase path;                     // grids and model of the ground term
+    const GRIDREF* ref = nullptr;      // the user's frame, for the section header
     const TRAJPOINT* Traj = nullptr;
     int Npts = 0;
     const float* AMBLEVEL = nullptr;   // per class
@@ -45,8 +38,6 @@ struct RcvCase {
     float Minagl = 0.0f;
     float Tfahr = 0.0f;
     float Maxdist = 0.0f;
-    PathModel model;
-    const HEMIREC* setup_hemi = nullptr;   // the hemisphere of the set-up
 };
 
 // State shared from receiver to receiver (and kept for the whole process where it says so).
@@ -74,19 +65,20 @@ struct RcvWork {
     }
 };
 
-// Where a receiver's results go. The whole section (header, one line per point, end line) of a
-// time-history file is appended to `section`; the records of a table to `records`. The caller
-// writes each to its file in one operation.
-struct RcvOutput {
-    std::string section;
-    std::string records;
-};
+// The receiver as the result files describe it: name, position, the run's zone, latitude and
+// longitude (UTMTOLL), the user's X and Y (UTMTOUSER), today's date and the ambient row of its
+// class. Filled for every receiver of a run, those passed over too.
+void describe_receiver(const RcvCase& cs, const SITEREC& site, int Siteidx, ReceiverHead& head);
 
-// Computes one receiver. Outname decides what is written: a name beginning with "-" writes
-// nothing; one containing ".dbf" writes table records; otherwise the section header, and the lines
-// and end line only for ".tig" or ".tis".
-void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, const Name255& Outname,
-             RcvShared& shared, RcvWork& work, RcvOutput& out);
+// Computes one receiver above the ground into `out`: its head, and a point for every trajectory
+// point (`out` is reused from receiver to receiver without allocating once it has its size).
+void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, RcvShared& shared, RcvWork& work,
+             ReceiverHistory& out);
+
+// A receiver of a run: RCVHIST when it stands above the ground (z above 0), otherwise passed over:
+// its head alone, with `computed` false and no points.
+void receiver_history(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, RcvShared& shared,
+                      RcvWork& work, ReceiverHistory& out);
 
 // The truncation of a level in dB to tenths: towards zero, anything under -999 made -999, no upper
 // limit. A value beyond the integer range, or not a number, converts as the machine's conversion

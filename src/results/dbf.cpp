@@ -1,11 +1,13 @@
 #include "results/dbf.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
 #include "io/clock.h"
+#include "io/errors.h"
 #include "io/format.h"
-#include "path/coordinates.h"
+#include "results/writer.h"
 
 namespace tn {
 
@@ -68,9 +70,9 @@ std::string dbt_name(std::string_view Outname) {
     return std::string(Outname.substr(0, keep)) + "dbt";
 }
 
-void DBFOPEN(int Nrec, const Name255& Outname, DbfFiles& files) {
-    files.dbf.open(Outname.str());
-    files.dbt.open(dbt_name(Outname.padded()));
+void DBFOPEN(int Nrec, const std::string& Outname, DbfFiles& files) {
+    files.dbf.open(Outname);
+    files.dbt.open(dbt_name(Outname));
 
     const CivilDate date = today();
     std::string head(32, '\0');
@@ -100,16 +102,13 @@ void DBFOPEN(int Nrec, const Name255& Outname, DbfFiles& files) {
     files.dbt.write(memo);
 }
 
-void SITEMEMO(const SITEREC& site, int Utmzone, const Name255& Outname, int Npts, DbfFiles& files) {
-    double lon = 0.0, lat = 0.0;
-    UTMTOLL(Utmzone, site.x, site.y, lon, lat);
-
+void SITEMEMO(const ReceiverHead& head, const std::string& Outname, int Npts, DbfFiles& files) {
     std::string block;
     block.reserve(523);
-    block += padded("Filename: " + Outname.str() + " ", 64);
+    block += padded("Filename: " + Outname + " ", 64);
     block += '\x0d';
 
-    std::string name(site.Name.trimmed());
+    std::string name(head.Name.trimmed());
     name.insert(0, 64 - name.size(), ' ');   // right-justified in 64
     block += padded(" Site: " + name + " ", 75);
     block += '\x0d';
@@ -120,18 +119,18 @@ void SITEMEMO(const SITEREC& site, int Utmzone, const Name255& Outname, int Npts
     block += '\x0d';
 
     line = " Lat: ";
-    append_f(line, lat, 11, 6);
+    append_f(line, head.lat, 11, 6);
     line += "    Long: ";
-    append_f(line, lon, 12, 6);
+    append_f(line, head.lon, 12, 6);
     block += padded(line, 64);
     block += '\x0d';
 
     line = " UTM Zone: ";
-    append_i(line, Utmzone, 3);
+    append_i(line, head.Utmzone, 3);
     line += "    Easting: ";
-    append_f(line, site.x, 8, 0);
+    append_f(line, head.x, 8, 0);
     line += "    Northing: ";
-    append_f(line, site.y, 8, 0);
+    append_f(line, head.y, 8, 0);
     block += padded(line, 64);
     block += '\x0d';
 
@@ -139,17 +138,8 @@ void SITEMEMO(const SITEREC& site, int Utmzone, const Name255& Outname, int Npts
     files.dbt.write(block);
 }
 
-void DBFRECORD(int Siteidx, const SiteName& Name, float Time, std::span<const int, 34> Outrow, DbfFiles& files) {
-    // One formatted field at a time, each written as it stands; the record is not assembled first.
-    files.dbf.write(fmt_i(Siteidx, 10));
-    files.dbf.write(Name.padded());
-    files.dbf.write(fmt_f(Time, 10, 3));
-    for (const int v : Outrow) files.dbf.write(fmt_i(v, 4));
-    files.dbf.write(std::string_view(&kDeleteFlag, 1));   // the next record's
-}
-
 void append_dbf_record(std::string& records, int Siteidx, const SiteName& Name, float Time,
-                       std::span<const int, 34> Outrow) {
+                       std::span<const int, kRowColumns> Outrow) {
     append_i(records, Siteidx, 10);
     records += Name.padded();
     append_f(records, Time, 10, 3);
@@ -163,5 +153,45 @@ void DBFCLOSE(DbfFiles& files) {
     files.dbt.close();
     files.dbf.close();
 }
+
+namespace {
+
+// A receiver's memo block goes to the .dbt and its records to the .dbf, each in one write.
+class DbfWriter final : public ResultWriter {
+public:
+    explicit DbfWriter(bool records) : records_(records) {}
+
+    void open(const RunHeader& run) override {
+        // A block whose span is negative in one direction holds no receiver: a table of no
+        // records, not one that declares a negative number of them.
+        const long long nrec = static_cast<long long>(run.Npts) * std::max(run.Nrecv, 0L);
+        if (nrec > 2147483647LL) {
+            throw file_error(run.Runout, 0,
+                             "the table would hold " + std::to_string(nrec) + " records; a .dbf holds at most 2147483647");
+        }
+        name_ = run.Runout;
+        Npts_ = run.Npts;
+        DBFOPEN(static_cast<int>(nrec), name_, files_);
+    }
+    void receiver(const ReceiverHistory& h) override {
+        SITEMEMO(h.head, name_, Npts_, files_);
+        if (!records_ || !h.computed) return;
+        buffer_.clear();
+        for (const HistoryPoint& p : h.points) append_dbf_record(buffer_, h.head.Siteidx, h.head.Name, p.t, p.Outrow);
+        files_.dbf.write(buffer_);
+    }
+    void finish() override { DBFCLOSE(files_); }
+
+private:
+    bool records_;
+    std::string name_;
+    int Npts_ = 0;
+    DbfFiles files_;
+    std::string buffer_;
+};
+
+}  // namespace
+
+std::unique_ptr<ResultWriter> make_dbf_writer(bool records) { return std::make_unique<DbfWriter>(records); }
 
 }  // namespace tn

@@ -23,13 +23,13 @@
 #include <string>
 #include <string_view>
 
-#include "environment/sites.h"
 #include "io/files.h"
 #include "io/fixed_text.h"
+#include "results/history.h"
 
 namespace tn {
 
-// The two result files of a table run, open from DBFOPEN to DBFCLOSE; owned by the run.
+// The two result files of a table run, open from DBFOPEN to DBFCLOSE; owned by the writer.
 struct DbfFiles {
     OutFile dbf;
     OutFile dbt;
@@ -40,28 +40,25 @@ struct DbfFiles {
 // ("runs.v2/a.dbf" gives "runs.dbt"), and a name without a dot gives "dbt".
 std::string dbt_name(std::string_view Outname);
 
-// Creates Outname (trailing blanks removed) and its .dbt companion and writes the .dbf header, the
-// 37 field descriptors, the header's end 0x0D and the first record's delete flag, and the .dbt
-// header. Nrec is the record count declared in the header: trajectory points times receivers, the
-// receivers that will be passed over included, so that it may exceed the records written. The
-// header's date is today() (SOURCE_DATE_EPOCH when set), its year byte (year + 48) modulo 256.
-void DBFOPEN(int Nrec, const Name255& Outname, DbfFiles& files);
+// Creates Outname and its .dbt companion and writes the .dbf header, the 37 field descriptors, the
+// header's end 0x0D and the first record's delete flag, and the .dbt header. Nrec is the record
+// count declared in the header: trajectory points times receivers, the receivers that will be
+// passed over included, so that it may exceed the records written. The header's date is today()
+// (SOURCE_DATE_EPOCH when set), its year byte (year + 48) modulo 256.
+void DBFOPEN(int Nrec, const std::string& Outname, DbfFiles& files);
 
 // Appends the receiver's 523-byte block to the .dbt: five lines of text, each padded with blanks to
 // its width (64, 75, 64, 64, 64) and followed by 0x0D, then 187 zero bytes. Line 1 names Outname,
-// line 2 the receiver, line 3 Npts, line 4 the receiver's latitude and longitude (UTMTOLL in
-// Utmzone), line 5 Utmzone and the receiver's UTM easting and northing.
-void SITEMEMO(const SITEREC& site, int Utmzone, const Name255& Outname, int Npts, DbfFiles& files);
+// line 2 the receiver, line 3 Npts, line 4 the receiver's latitude and longitude, line 5 the zone
+// and the receiver's UTM easting and northing.
+void SITEMEMO(const ReceiverHead& head, const std::string& Outname, int Npts, DbfFiles& files);
 
-// Appends one point's record to the .dbf: Siteidx, the receiver's Name, the arrival Time and the 34
-// integers of Outrow (flat level, A-weighted level, the 32 bands from 10 Hz to 12500 Hz), each field
-// formatted on its own and written as it is, then the next record's delete flag: 221 bytes.
-void DBFRECORD(int Siteidx, const SiteName& Name, float Time, std::span<const int, 34> Outrow, DbfFiles& files);
-
-// The same 221 bytes appended to `records`, for a caller that gathers a receiver's records and
-// writes them in one operation. Each field is formatted on its own and appended as it stands.
+// One point's record, 221 bytes, appended to `records` for a caller that gathers a receiver's
+// records and writes them in one operation: Siteidx, the receiver's Name, the arrival Time and the
+// 34 integers of Outrow (flat level, A-weighted level, the 32 bands from 10 Hz to 12500 Hz), each
+// field formatted on its own and appended as it stands, then the next record's delete flag.
 void append_dbf_record(std::string& records, int Siteidx, const SiteName& Name, float Time,
-                       std::span<const int, 34> Outrow);
+                       std::span<const int, kRowColumns> Outrow);
 
 // The end of a table run: one 0x1A to the .dbf, two to the .dbt; both files are closed.
 void DBFCLOSE(DbfFiles& files);

@@ -64,6 +64,9 @@ struct HEMIREC {
     }
 };
 
+// Whether a source name names a hemisphere: ".nc" or ".NC" anywhere in it.
+inline bool is_hemisphere_name(const Name255& name) { return name.contains(".nc") || name.contains(".NC"); }
+
 // Loads the hemisphere file named by the first namelen characters of `file` (trailing blanks do not
 // count) into rec. A file that is missing, is not netCDF, lacks a dimension, variable or attribute
 // of the format, has an axis that is not strictly ascending or out of range, a level variable of the

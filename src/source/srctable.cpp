@@ -126,8 +126,7 @@ void load_source_tables(const Name255& Srcfile, int Nband, SrcTableState& state)
     }
 }
 
-void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float Heading, float Bank,
-              float Speed, float Climb, float Power, const Name255& Srcfile, int Nband, bool Reload,
+void SRCTABLE(const SourceGeometry& geom, const TRAJPOINT& pt, const Name255& Srcfile, int Nband, bool Reload,
               float* Srcspec, float& Rref, float& Rslant, SrcTableState& state) {
     Rref = kTableRref;
     if (Reload) {
@@ -146,7 +145,7 @@ void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float 
     }
 
     float polar = 0.0f, azimuth = 0.0f, elevation = 0.0f;
-    SRCANGLES(src, rcv, hs, hr, Heading, Climb, Bank, Rslant, polar, azimuth, elevation);
+    SRCANGLES(geom.src, geom.rcv, geom.hs, geom.hr, pt.Heading, pt.Climb, pt.Bank, Rslant, polar, azimuth, elevation);
 
     // Angle position: 180 degrees gives a = 35 with f = 1.0.
     const float D = polar * 57.29578f;
@@ -156,9 +155,9 @@ void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float 
     if (a < 0) a = 0;   // guard: only a polar angle that is not a number gets here
 
     float Srcsel;
-    if (state.Srctype == "Autom") Srcsel = Speed * 2.369f;
+    if (state.Srctype == "Autom") Srcsel = pt.Speed * 2.369f;
     else if (state.Srctype == "Train") Srcsel = elevation * 180.0f / 3.14159f;   // the elevation, in degrees
-    else Srcsel = Power;
+    else Srcsel = pt.Power;
 
     const int n = state.Srccount;
     int k;

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "io/fixed_text.h"
+#include "source/trajectory.h"
 
 namespace tn {
 
@@ -58,17 +59,24 @@ struct SourceListHead {
 // 0..32 (no run has room for more bands).
 SourceListHead read_source_list_head(const Name255& Srcfile);
 
-// Spectrum of a table source for one trajectory point and receiver.
-//   src, rcv: working source and receiver points (x, y, height above ground), metres;
-//   hs, hr: ground heights at the source and at the receiver.
+// Where source and receiver stand for the emission geometry: the working points (x, y, height above
+// ground, metres) and the ground heights under them.
+struct SourceGeometry {
+    const float* src = nullptr;
+    const float* rcv = nullptr;
+    float hs = 0.0f;
+    float hr = 0.0f;
+};
+
+// Spectrum of a table source for one trajectory point (its Heading, Bank, Speed, Climb and Power)
+// and receiver.
 // Loads the tables when Reload is true or on the first call: changes the working folder to the
 // list's folder for the rest of the process (later relative names resolve from there), opening the
 // list itself by its name resolved against the folder that was current before the first load of
 // that name (later runs reload the same file). Condition values
 // are expected in rising order; a Srcsel outside them extrapolates along the nearest pair, limited
 // upward only (H + 5 dB of the last condition). Results: Srcspec (Nband dB at Rref), Rref, Rslant.
-void SRCTABLE(const float src[3], const float rcv[3], float hs, float hr, float Heading, float Bank,
-              float Speed, float Climb, float Power, const Name255& Srcfile, int Nband, bool Reload,
+void SRCTABLE(const SourceGeometry& geom, const TRAJPOINT& pt, const Name255& Srcfile, int Nband, bool Reload,
               float* Srcspec, float& Rref, float& Rslant, SrcTableState& state);
 
 // The load alone (the first step of SRCTABLE when it must load).

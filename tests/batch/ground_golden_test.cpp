@@ -74,8 +74,14 @@ void path_kind(const CaseDir& dir, const PathCase& c, int& cls, int& nhard) {
     const float src[3] = {kX0 + c.sx, kY0 + c.sy, std::max(0.0f - hs, cs.Minagl)};
     std::vector<float> gterm(static_cast<std::size_t>(cs.Nband), 0.0f);
     tn::PathWork work;
-    tn::PATHEFFECT(100, src, rcv, 100, 0.0f, 1.5f, cs.Nband, cs.Freq.data(), gterm.data(), cls, nhard, cs.Minagl,
-                   cs.terrain(), cs.ground(), kept, tn::PathModel{}, work);
+    tn::TERRPROF(cs.terrain(), src, rcv, work.Terr, tn::kProfileSamples, 0, kept);
+    tn::TERRPROF(cs.ground(), src, rcv, work.Gsec, tn::kProfileSamples, 1, kept);
+    tn::GroundLevels out;
+    out.Gterm = gterm.data();
+    tn::GRNDPROP({src, rcv, work.Terr, tn::kProfileSamples, work.Gsec, tn::kProfileSamples, src[2], rcv[2]}, 'R',
+                 cs.Nband, cs.Freq.data(), out, work.grnd);
+    cls = out.PathClass;
+    nhard = out.NHard;
 }
 
 }  // namespace

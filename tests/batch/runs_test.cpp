@@ -60,17 +60,15 @@ TEST(Faraway, TheLimitItselfIsInRangeAndNotANumberIsNot) {
 }
 
 TEST(Gridrecv, LatticeSpansTheGridFromFirstToLastNode) {
-    tn::GRIDHEAD h;
-    h.NX = 101;
-    h.NY = 51;
-    h.DX = 10.0f;
-    h.DY = 20.0f;
-    h.X0 = 500000.0f;
-    h.Y0 = 4000000.0f;
-    const tn::TRAJPOINT traj[1] = {point(500500.0f, 4000500.0f)};
+    tn::CaseState cs;
+    cs.Terrhead = {101, 51, 10.0f, 20.0f, 500000.0f, 4000000.0f};
+    cs.Traj = {point(500500.0f, 4000500.0f)};
+    cs.Npts = 1;
+    cs.Maxdist = 600.0f;
+    cs.Utmzone = 11;
     tn::AmbientRaster amb;
     std::vector<tn::SITEREC> recv(11 * 2);
-    const long n = tn::GRIDRECV(11, 3, 1, 11, 2, 3, h, 11, recv, traj, 1, 600.0f, 1, tn::Name255("-"), amb);
+    const long n = tn::GRIDRECV({11, 1, 11, 3, 2, 3}, cs, amb, recv);
     EXPECT_EQ(n, 22);
     // j runs fastest: record 0 is (1, 2), record 1 is (1, 3), record 20 is (11, 2).
     EXPECT_EQ(recv[0].Name, "00010002");
@@ -86,7 +84,7 @@ TEST(Gridrecv, LatticeSpansTheGridFromFirstToLastNode) {
     EXPECT_EQ(recv[0].Ambclass, 1);
 
     std::vector<tn::SITEREC> one(1);
-    EXPECT_EQ(tn::GRIDRECV(11, 3, 5, 5, 3, 3, h, 11, one, traj, 1, 600.0f, 1, tn::Name255("-"), amb), 1);
+    EXPECT_EQ(tn::GRIDRECV({11, 5, 5, 3, 3, 3}, cs, amb, one), 1);
     EXPECT_EQ(one[0].Name, "00050003");
     EXPECT_EQ(one[0].x, 500400.0f);     // its position in the whole lattice
     EXPECT_EQ(one[0].y, 4001000.0f);

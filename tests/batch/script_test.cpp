@@ -2,6 +2,7 @@
 // texts, and the clear stops of a script that is wrong.
 #include <gtest/gtest.h>
 
+#include "batch/setup.h"
 #include "case_builder.h"
 
 using namespace tntest;
@@ -130,12 +131,8 @@ TEST(Script, ClearStopsOfAWrongScript) {
         EXPECT_NE(r.code, 0) << k.script;
         EXPECT_NE(r.err.find(k.message), std::string::npos) << r.err;
         EXPECT_EQ(r.err.rfind("tracknoise: ", 0), 0u) << r.err;
-        if (k.message.find("valid options") != std::string::npos) {
-            EXPECT_FALSE(c.dir.exists("a.tis")) << "a refused option opens no result file";
-        }
-        if (k.message.find("seconds") != std::string::npos) {
-            EXPECT_NE(r.err.find("a.tis is incomplete"), std::string::npos) << r.err;
-        }
+        // The whole block of a run is read before its result file is opened.
+        EXPECT_FALSE(c.dir.exists("a.tis")) << k.script;
     }
 }
 

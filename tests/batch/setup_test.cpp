@@ -56,7 +56,7 @@ TEST(Setup, SevenLinesDefaultGroundAndTheReferenceReceiver) {
     EXPECT_EQ(cs.Flowz(3, 3), 200.0f);
     EXPECT_EQ(cs.Flowy(1, 4), 4000300.0f);
     // Lines 8 to 10 missing: their defaults, no ambient classes.
-    EXPECT_EQ(cs.Ctlvalue, 30.4804f);
+    EXPECT_EQ(cs.read_and_kept.Ctlvalue, 30.4804f);
     EXPECT_EQ(cs.Infofile, "-");
     EXPECT_EQ(cs.Nclass, 1);
     EXPECT_EQ(cs.AMBLEVEL, std::vector<float>(1, -99.9f));
@@ -92,7 +92,7 @@ TEST(Setup, LinesEightToTenAmbientClassesNordParametersAndNoHumidity) {
     c.ctl.insert(c.ctl.end(), {"  152.4, other words", "survey notes", c.dir.path("amb.txt")});
     c.setup();
     const tn::CaseState& cs = c.cs;
-    EXPECT_EQ(cs.Ctlvalue, 152.4f);
+    EXPECT_EQ(cs.read_and_kept.Ctlvalue, 152.4f);
     EXPECT_EQ(cs.Infofile, "survey notes");
     EXPECT_EQ(cs.AMBLEVEL[0], 33.5f);
     EXPECT_EQ(cs.ambspec(24, 1), 43.0f);

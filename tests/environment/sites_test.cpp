@@ -4,7 +4,7 @@
 #include "environment/sites.h"
 
 #include "io/test_files.h"
-#include "path/coordinates.h"
+#include "geo/coordinates.h"
 
 using namespace tn;
 using namespace tntest;

@@ -32,8 +32,13 @@ struct Result { std::vector<float> gterm; float single = 7.0f; int cls = -1, nha
 Result run(const Path& p, float Hs, float Hr, int ngsec = -1) {
     static tn::GrndWork work;   // reused on purpose: no state between calls
     Result r{std::vector<float>(kFreq.size(), 12.5f)};
-    tn::GRNDPROP(p.src, p.rcv, p.terr.data(), int(p.terr.size()), p.gnd.data(), ngsec < 0 ? int(p.gnd.size()) : ngsec,
-                 Hs, Hr, 'R', r.single, r.gterm.data(), int(kFreq.size()), kFreq.data(), r.cls, r.nhard, work);
+    const tn::GroundSection path{p.src, p.rcv, p.terr.data(), int(p.terr.size()), p.gnd.data(),
+                                 ngsec < 0 ? int(p.gnd.size()) : ngsec, Hs, Hr};
+    tn::GroundLevels out{r.single, r.gterm.data(), r.cls, r.nhard};
+    tn::GRNDPROP(path, 'R', int(kFreq.size()), kFreq.data(), out, work);
+    r.single = out.Single;
+    r.cls = out.PathClass;
+    r.nhard = out.NHard;
     return r;
 }
 

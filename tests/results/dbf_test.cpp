@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "environment/gdal_tools.h"
+#include "sample_run.h"
 
 using namespace tn;
 using namespace tntest;
@@ -63,38 +64,28 @@ TEST_F(Dbf, HeaderDescriptorsAndEndMarksByteExact) {
 }
 
 // A record: running number, name, time, 34 four-wide integers (asterisks when too wide), next flag.
-// Both writers give the same bytes. TIME is ten wide: a million seconds no longer fits.
+// TIME is ten wide: a million seconds no longer fits.
 TEST_F(Dbf, RecordByteExact) {
     const std::string want = "         7Airport_North" + std::string(51, ' ') + "  1234.568" +
                              " 652 598-999-999********   0   1  -1  10  20  30  40  50  60  70  80  90 100 110 120 130"
                              " 140 150 160 170 180 190 200 210 220 230 240 250 ";
-    DbfFiles f;
-    DBFOPEN(2, "run.dbf", f);
-    DBFRECORD(7, "Airport_North", 1234.5678f, kRow, f);
-    DBFRECORD(8, "x", 1000000.0f, kRow, f);
-    DBFCLOSE(f);
-    const std::string all = read_bytes("run.dbf");
-    ASSERT_EQ(all.size(), 1218u + 2 * 221 + 1);
-    EXPECT_EQ(all.substr(1218, 221), want);
-    EXPECT_EQ(all.substr(1218 + 221 + 74, 10), "**********");
-    std::string buffered;
-    append_dbf_record(buffered, 7, "Airport_North", 1234.5678f, kRow);
-    EXPECT_EQ(buffered, want);
+    std::string records;
+    append_dbf_record(records, 7, "Airport_North", 1234.5678f, kRow);
+    EXPECT_EQ(records, want);
+    append_dbf_record(records, 8, "x", 1000000.0f, kRow);
+    EXPECT_EQ(records.substr(221 + 74, 10), "**********");
 }
 
-// Two receivers of three points, the first at height zero: both have memo blocks, only the second
-// has records, and the header counts six. Latitude and longitude of 33N 391779 5820072 from
-// GeoConvert (GeographicLib 2.1.2): 52.519998518 13.404996232.
-TEST_F(Dbf, ZeroHeightReceiverHasMemoBlockAndNoRecords) {
-    DbfFiles f;
-    DBFOPEN(6, "run.dbf", f);
-    SITEMEMO({391779.0f, 5820072.0f, 0.0f, "Ground_Level"}, 33, "run.dbf", 3, f);
-    SITEMEMO({391779.0f, 5820072.0f, 1.2f, "Airport_North"}, 33, "run.dbf", 3, f);
-    for (int n = 1; n <= 3; ++n) DBFRECORD(2, "Airport_North", 10.0f * n, kRow, f);
-    DBFCLOSE(f);
+// The sample run: both receivers have memo blocks, only the computed one has records (its
+// out-of-range point too), and the header counts points times receivers, six.
+TEST_F(Dbf, WriterOnTheSampleRun) {
+    const SampleRun run = sample_run("run.dbf");
+    write_sample(*make_dbf_writer(true), run);
     const std::string dbf = read_bytes("run.dbf"), dbt = read_bytes("run.dbt");
-    EXPECT_EQ(dbf.size(), 1218u + 3 * 221 + 1);
+    ASSERT_EQ(dbf.size(), 1218u + 3 * 221 + 1);
     EXPECT_EQ(dbf.substr(4, 4), le32(6));
+    EXPECT_EQ(dbf.substr(1218 + 2 * 221, 74), "         2Airport_North" + std::string(51, ' '));
+    EXPECT_EQ(dbf.substr(1218 + 2 * 221 + 74, 18), "    30.250-999-999");
     EXPECT_EQ(dbf.substr(dbf.size() - 2), " \x1a");
     ASSERT_EQ(dbt.size(), 512u + 2 * 523 + 2);
     auto pad = [](std::string s, std::size_t w) { s.resize(w, ' '); return s + '\x0d'; };
@@ -103,6 +94,10 @@ TEST_F(Dbf, ZeroHeightReceiverHasMemoBlockAndNoRecords) {
                   pad("  Number of trajectory points:   3", 64) + pad(" Lat:   52.519999    Long:    13.404996", 64) +
                   pad(" UTM Zone:  33    Easting:  391779.    Northing: 5820072.", 64) + std::string(187, 0));
     EXPECT_EQ(dbt.substr(512 + 64 + 1 + 7, 64), std::string(52, ' ') + "Ground_Level");
+
+    // A name beginning with "-": the header and the memo blocks, no records.
+    write_sample(*make_dbf_writer(false), sample_run("-run.dbf"));
+    EXPECT_EQ(read_bytes("-run.dbf").size(), 1218u + 1);
 }
 
 // The memo's name is cut at the first dot, even in a folder's name.

@@ -48,8 +48,12 @@ struct Tables {
         const float src[3] = {0.0f, 0.0f, 300.0f};
         const float rcv[3] = {rcv_xy ? rcv_xy[0] : 0.0f, rcv_xy ? rcv_xy[1] : 0.0f, 0.0f};
         float spectrum[2], rref = 0.0f, rslant = 0.0f;
-        tn::SRCTABLE(src, rcv, 0.0f, 0.0f, heading, 0.0f, speed, 0.0f, power, tn::Name255((dir / "s.lst").string()), 2,
-                     true, spectrum, rref, rslant, state);
+        tn::TRAJPOINT pt;
+        pt.Heading = heading;
+        pt.Speed = speed;
+        pt.Power = power;
+        tn::SRCTABLE({src, rcv, 0.0f, 0.0f}, pt, tn::Name255((dir / "s.lst").string()), 2, true, spectrum, rref, rslant,
+                     state);
         EXPECT_EQ(rref, 304.8037f);
         return spectrum[0];
     }

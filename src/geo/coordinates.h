@@ -19,7 +19,7 @@
 // threads at once.
 #pragma once
 
-#include "environment/grid.h"
+#include "geo/grid.h"
 
 namespace tn {
 

@@ -1,5 +1,5 @@
 // Map projections against GeographicLib 2.1.2's command-line tools.
-#include "path/coordinates.h"
+#include "geo/coordinates.h"
 
 #include <gtest/gtest.h>
 

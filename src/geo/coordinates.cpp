@@ -1,4 +1,4 @@
-#include "path/coordinates.h"
+#include "geo/coordinates.h"
 
 #include <proj.h>
 
