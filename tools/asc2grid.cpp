@@ -101,7 +101,7 @@ int main(int argc, char** argv) {
             for (int j = 0; j < nrows; ++j) w.f32(rows[static_cast<std::size_t>(nrows - 1 - j) * ncols + i]);
         }
         w.tag("ENDF", 0);
-        out.close();
+        out.commit();
     } catch (const tn::RunError& e) {
         std::cerr << "tracknoise-asc2grid: " << e.what() << '\n';
         return 1;

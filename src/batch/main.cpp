@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "batch/program.h"
+#include "io/staged_file.h"
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    tn::install_interrupt_handlers("tracknoise");
     std::vector<std::string> args(argv, argv + argc);
     return tn::run_program(args, std::cout, std::cerr);
 }

@@ -8,6 +8,7 @@
 #include "batch/setup.h"
 #include "io/errors.h"
 #include "io/files.h"
+#include "io/staged_file.h"
 #include "io/fixed_fields.h"
 #include "io/list_input.h"
 
@@ -25,6 +26,13 @@ const char* const kUsage =
     "  --threads N   receivers computed at once (default: the number of cores; 1 runs in order)\n"
     "  --help        this text\n"
     "  --version     the program's version\n";
+
+// The line that tells a failed run's result file was not written.
+std::string not_written(const std::string& name) {
+    std::string line = "tracknoise: " + name + " was not written";
+    if (earlier_result_exists(name)) line += " (an earlier " + name + " is unchanged)";
+    return line + "\n";
+}
 
 int default_threads() {
     const unsigned n = std::thread::hardware_concurrency();
@@ -129,15 +137,13 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         if (!e.console().empty()) out << e.console() << '\n';
         out.flush();
         err << "tracknoise: " << e.what() << '\n';
-        if (!s.run_output.empty()) {
-            err << "tracknoise: the result file " << s.run_output << " is incomplete\n";
-        }
+        if (!s.run_output.empty()) err << not_written(s.run_output);
         return e.exit_code();
     } catch (const std::bad_alloc&) {
         s.console.end_progress();
         out.flush();
         err << "tracknoise: out of memory: the case asks for more memory than this machine can give\n";
-        if (!s.run_output.empty()) err << "tracknoise: the result file " << s.run_output << " is incomplete\n";
+        if (!s.run_output.empty()) err << not_written(s.run_output);
         return 1;
     }
 }

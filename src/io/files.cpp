@@ -28,19 +28,25 @@ std::string program_folder(std::string_view argv0) {
     return s == std::string::npos ? std::string() : exe.substr(0, s);
 }
 
+OutFile::~OutFile() {
+    if (f_) std::fclose(f_);
+    // The stage removes a partial file that was not committed.
+}
+
 void OutFile::open(const std::string& path) {
-    close();
-    name_ = path;
-    struct stat st {};
-    if (::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-        throw file_error(path, 0, "cannot create the result file: a folder of that name exists");
+    if (f_) std::fclose(f_);
+    f_ = nullptr;
+    stage_.begin(path);
+    f_ = std::fopen(stage_.partial().c_str(), "wb");
+    if (!f_) {
+        const int e = errno;
+        stage_.abandon();
+        throw file_error(path, 0, std::string("cannot create the result file: ") + std::strerror(e));
     }
-    f_ = std::fopen(path.c_str(), "wb");
-    if (!f_) throw file_error(path, 0, std::string("cannot create the result file: ") + std::strerror(errno));
 }
 
 void OutFile::write_failure() const {
-    throw file_error(name_, 0, std::string("cannot write the result file: ") + std::strerror(errno));
+    throw file_error(name(), 0, std::string("cannot write the result file: ") + std::strerror(errno));
 }
 
 void OutFile::line(std::string_view text) {
@@ -62,8 +68,19 @@ void OutFile::close() {
     std::FILE* f = f_;
     f_ = nullptr;
     if (std::fclose(f) != 0) {
-        throw file_error(name_, 0, std::string("cannot write the result file: ") + std::strerror(errno));
+        throw file_error(name(), 0, std::string("cannot write the result file: ") + std::strerror(errno));
     }
+}
+
+void OutFile::commit() {
+    close();
+    stage_.commit();
+}
+
+void OutFile::commit_together(OutFile& a, OutFile& b) {
+    a.close();
+    b.close();
+    StagedFile::commit_together({&a.stage_, &b.stage_});
 }
 
 }  // namespace tn

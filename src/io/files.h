@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "io/staged_file.h"
+
 namespace tn {
 
 // Whether a file (or folder) of that name exists; trailing blanks of the name do not count.
@@ -16,29 +18,36 @@ bool file_exists(std::string_view name);
 // executable. Empty when neither can be had.
 std::string program_folder(std::string_view argv0);
 
-// A result file written in whole records. Opening replaces an existing file. A failed write ends
-// the run with a message naming the file.
+// A result file written in whole records, all or nothing: it is written as a partial file beside
+// its name (see StagedFile) and put in place by commit(). A file that is destroyed without a commit
+// is removed, and an earlier file of that name stays as it was. A failed write ends the run with a
+// message naming the file.
 class OutFile {
 public:
     OutFile() = default;
-    ~OutFile() { if (f_) std::fclose(f_); }
+    ~OutFile();
     OutFile(const OutFile&) = delete;
     OutFile& operator=(const OutFile&) = delete;
 
     void open(const std::string& path);
     bool is_open() const { return f_ != nullptr; }
-    const std::string& name() const { return name_; }
+    const std::string& name() const { return stage_.name(); }
     // One line: the text and a line end.
     void line(std::string_view text);
     // Raw bytes, in one operation.
     void write(std::string_view bytes);
     void flush();
+    // Ends the writing (the file is complete, not yet in place).
     void close();
+    // Closes the file and puts it in place under its name.
+    void commit();
+    // Closes and puts several files in place together (a table and its companion).
+    static void commit_together(OutFile& a, OutFile& b);
 
 private:
     [[noreturn]] void write_failure() const;
     std::FILE* f_ = nullptr;
-    std::string name_;
+    StagedFile stage_;
 };
 
 }  // namespace tn

@@ -150,8 +150,7 @@ void append_dbf_record(std::string& records, int Siteidx, const SiteName& Name, 
 void DBFCLOSE(DbfFiles& files) {
     files.dbt.write("\x1a\x1a");
     files.dbf.write(std::string_view(&kEndOfFile, 1));
-    files.dbt.close();
-    files.dbf.close();
+    OutFile::commit_together(files.dbf, files.dbt);
 }
 
 namespace {

@@ -60,7 +60,8 @@ void SITEMEMO(const ReceiverHead& head, const std::string& Outname, int Npts, Db
 void append_dbf_record(std::string& records, int Siteidx, const SiteName& Name, float Time,
                        std::span<const int, kRowColumns> Outrow);
 
-// The end of a table run: one 0x1A to the .dbf, two to the .dbt; both files are closed.
+// The end of a table run: one 0x1A to the .dbf, two to the .dbt; both files are closed and put in
+// place together.
 void DBFCLOSE(DbfFiles& files);
 
 }  // namespace tn

@@ -115,7 +115,7 @@ public:
         append_section(buffer_, h, lines_);
         file_.write(buffer_);
     }
-    void finish() override { file_.close(); }
+    void finish() override { file_.commit(); }
 
 private:
     bool sections_;
