@@ -117,7 +117,8 @@ std::string why_no_rows(const Session& s, const RunHeader& run, const std::vecto
         return "a receiver count of 1 across the grid (Iicount " + std::to_string(b.Iicount) + ", Jjcount " +
                std::to_string(b.Jjcount) + ") divides the grid's span by zero, so that no receiver has a position";
     }
-    const bool placed = std::any_of(receivers.begin(), receivers.begin() + run.Nrecv,
+    const long n = std::min(run.Nrecv, static_cast<long>(receivers.size()));
+    const bool placed = std::any_of(receivers.begin(), receivers.begin() + n,
                                     [](const SITEREC& r) { return std::isfinite(r.x) && std::isfinite(r.y); });
     if (!placed) {
         return "no receiver has a position that is a number (the terrain grid's spacing is " +
@@ -240,8 +241,7 @@ void grid_run(Session& s) {
     const GRIDHEAD& h = s.cs.Terrhead;
     if ((h.DX == 0.0f && b.Iifirst < b.Iilast) || (h.DY == 0.0f && b.Jjfirst < b.Jjlast)) {
         warn(s, s.cs.Terrfile.str() + ": the terrain grid's spacing is " + number(h.DX) + " by " + number(h.DY) +
-                    " m, so that the grid run " + s.Runout.str() +
-                    " puts receivers of different positions at one place");
+                    " m: receivers of the grid run in different columns or rows stand at one place");
     }
     s.console.line("Calculating Grid Location");
     s.console.line("       II      JJ");
