@@ -1,11 +1,13 @@
 #include "batch/program.h"
 
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <thread>
 
 #include "batch/runs.h"
 #include "batch/setup.h"
+#include "io/clock.h"
 #include "io/errors.h"
 #include "io/files.h"
 #include "io/staged_file.h"
@@ -52,7 +54,8 @@ void command_loop(Session& s) {
                                  "a run script holds one case: a second \"open\" (the first stands at line " +
                                      std::to_string(s.open_line) + "); run each case with a script of its own");
             }
-            s.Ctlfile = s.script.record_or_fail("the control file's name on the line after \"open\"");
+            s.Ctlfile = read_name_columns(s.script, s.script.record_or_fail("the control file's name on the line after \"open\""),
+                                          "the control file's name");
             s.console.line("Opening control file " + std::string(s.Ctlfile.padded()));
             s.case_open = true;
             s.open_line = line;
@@ -112,6 +115,7 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
 
     Session s(out);
     s.threads = threads;
+    s.warnings = &err;
     // Argument 0 as the 255-character field that holds it.
     const Name255 arg0(rest.empty() ? std::string() : rest[0]);
     const std::string argv0(arg0.trimmed());
@@ -126,6 +130,7 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         else s.Exedir = argv0.substr(0, slash);
         s.Dirfile = std::string(s.Exedir.trimmed()) + "/rnd/directories.ini";
 
+        check_source_date_epoch();
         if (rest.size() < 2) throw RunError("no run script given\n" + std::string(kUsage), "Error!!!  No Script File Detected");
         s.Scriptfile = rest[1];
         s.script.open(rest[1]);
@@ -143,6 +148,13 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         s.console.end_progress();
         out.flush();
         err << "tracknoise: out of memory: the case asks for more memory than this machine can give\n";
+        if (!s.run_output.empty()) err << not_written(s.run_output);
+        return 1;
+    } catch (const std::exception& e) {
+        // Not expected: still a message and a removed partial file rather than an abort.
+        s.console.end_progress();
+        out.flush();
+        err << "tracknoise: internal error: " << e.what() << '\n';
         if (!s.run_output.empty()) err << not_written(s.run_output);
         return 1;
     }

@@ -1,6 +1,8 @@
 #include "batch/runs.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <string>
 
 #include "batch/receiver_pool.h"
@@ -69,6 +71,60 @@ bool table_evaluation_possible(const CaseState& cs) {
         if (!is_hemisphere_name(p.Srcname)) return true;
     }
     return false;
+}
+
+// Reads the output base name of a run from the script.
+void read_runbase(Session& s, long& line) {
+    s.Runbase = read_name_columns(s.script, script_line(s, "the output base name"), "the output base name");
+    line = s.script.record_number();
+}
+
+// Runout: the base name and its extension, which must fit in 255 characters; a name that does not
+// stops here, before anything of the run is written.
+void set_runout(Session& s, long base_line, const char* extension) {
+    const std::string name = s.Runbase.str() + extension;
+    if (name.size() > Name255::size) {
+        throw file_error(s.script.name(), base_line,
+                         "the output name " + name + " has " + std::to_string(name.size()) +
+                             " characters with its extension; it does not fit in 255");
+    }
+    s.Runout = name;
+}
+
+std::string number(float v) {
+    char b[32];
+    std::snprintf(b, sizeof b, "%g", static_cast<double>(v));
+    return b;
+}
+
+// Why a finished run wrote no rows (no time-history lines, no table records), or nothing when it
+// wrote some. The result stands as the run made it; this only tells the user.
+std::string why_no_rows(const Session& s, const RunHeader& run, const std::vector<SITEREC>& receivers,
+                        long computed) {
+    const CaseState& cs = s.cs;
+    if (s.Runout[0] == '-') return "the output name begins with \"-\", which writes headers only";
+    const GridBlock& b = run.block;
+    if (run.grid && (b.Iifirst > b.Iilast || b.Jjfirst > b.Jjlast)) {
+        return "the grid block, columns " + std::to_string(b.Iifirst) + " to " + std::to_string(b.Iilast) +
+               " and rows " + std::to_string(b.Jjfirst) + " to " + std::to_string(b.Jjlast) +
+               ", runs backwards (a block runs from its first column and row up to its last)";
+    }
+    if (run.Nrecv <= 0) return "the case has no receivers";
+    if (computed > 0 && cs.Npts <= 0) return "the trajectory has no points";
+    if (computed > 0) return {};
+    if (!run.grid) return "no site stands above the ground (a height of 0 or below is passed over)";
+    if (b.Iicount == 1 || b.Jjcount == 1) {
+        return "a receiver count of 1 across the grid (Iicount " + std::to_string(b.Iicount) + ", Jjcount " +
+               std::to_string(b.Jjcount) + ") divides the grid's span by zero, so that no receiver has a position";
+    }
+    const long n = std::min(run.Nrecv, static_cast<long>(receivers.size()));
+    const bool placed = std::any_of(receivers.begin(), receivers.begin() + n,
+                                    [](const SITEREC& r) { return std::isfinite(r.x) && std::isfinite(r.y); });
+    if (!placed) {
+        return "no receiver has a position that is a number (the terrain grid's spacing is " +
+               number(cs.Terrhead.DX) + " by " + number(cs.Terrhead.DY) + " m)";
+    }
+    return "no receiver lies within the distance limit of " + number(cs.Maxdist) + " m of the trajectory";
 }
 
 bool ends_in_tig(const Name255& name) {
@@ -147,7 +203,8 @@ std::unique_ptr<ResultWriter> choose_writer(const FixedText<4>& Runopt, const Na
 }
 
 void grid_run(Session& s) {
-    s.Runbase = script_line(s, "the output base name");
+    long base_line = 0;
+    read_runbase(s, base_line);
     GridBlock b;
     std::string_view rec = script_line(s, "the receiver column count");
     b.Iicount = script_int(s, rec, 5, 8, "Iicount, the receiver columns across the grid");
@@ -163,7 +220,7 @@ void grid_run(Session& s) {
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "grid");
 
-    s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tig");
+    set_runout(s, base_line, Runopt == "yes" ? ".dbf" : ".tig");
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     const long ni = static_cast<long>(b.Iilast) - b.Iifirst + 1;
@@ -180,6 +237,12 @@ void grid_run(Session& s) {
     // zero-filled, nameless and at height 0, and are passed over.
     for (const SITEREC& r : recv) check_ambient_class(r, s.cs, "grid receiver \"");
 
+    // A spacing of 0 puts every receiver of a column or a row at one position; the run goes on.
+    const GRIDHEAD& h = s.cs.Terrhead;
+    if ((h.DX == 0.0f && b.Iifirst < b.Iilast) || (h.DY == 0.0f && b.Jjfirst < b.Jjlast)) {
+        warn(s, s.cs.Terrfile.str() + ": the terrain grid's spacing is " + number(h.DX) + " by " + number(h.DY) +
+                    " m: receivers of the grid run in different columns or rows stand at one place");
+    }
     s.console.line("Calculating Grid Location");
     s.console.line("       II      JJ");
     s.console.line("      ----    ----");
@@ -188,11 +251,12 @@ void grid_run(Session& s) {
 }
 
 void site_run(Session& s) {
-    s.Runbase = script_line(s, "the output base name");
+    long base_line = 0;
+    read_runbase(s, base_line);
     const std::string_view rec = script_line(s, "the output option");
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "site");
-    s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tis");
+    set_runout(s, base_line, Runopt == "yes" ? ".dbf" : ".tis");
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     s.console.list_line("Generating site files");
@@ -227,6 +291,7 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
         }
     }
 
+    long computed = 0;   // receivers that reached the calculation
     // What a receiver leaves behind, in receiver order: its progress line, then its results.
     const auto emit = [&](long idx, const ReceiverHistory& h) {
         const SITEREC& r = receivers[static_cast<std::size_t>(idx - 1)];
@@ -240,6 +305,7 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
             (void)parse_int_field(field(r.Name.padded(), 5, 8), jj);
             s.console.progress("+      " + fmt_i(ii, 4, 4) + "    " + fmt_i(jj, 4, 4));
         }
+        if (h.computed) ++computed;
         writer.receiver(h);
     };
 
@@ -276,6 +342,9 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
     writer.finish();
     s.run_output.clear();
     s.console.line("");
+    if (const std::string why = why_no_rows(s, run, receivers, computed); !why.empty()) {
+        warn(s, run.Runout + ": the result has no rows: " + why);
+    }
 }
 
 }  // namespace tn

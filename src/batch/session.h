@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <ostream>
+#include <string>
 
 #include "batch/case_state.h"
 #include "io/console.h"
@@ -39,6 +40,13 @@ struct Session {
     PathModel model;
 
     std::string run_output;     // the result file a run is writing, while it writes; for messages
+    std::ostream* warnings = nullptr;   // standard error in the program; none in tests and fuzzing
 };
+
+// One warning line on the warning stream: "tracknoise: warning: " and the text. The run goes on;
+// standard output, the console of the system, is not touched.
+inline void warn(Session& s, const std::string& text) {
+    if (s.warnings) *s.warnings << "tracknoise: warning: " << text << '\n' << std::flush;
+}
 
 }  // namespace tn

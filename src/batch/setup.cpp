@@ -1,6 +1,8 @@
 #include "batch/setup.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <new>
 #include <string>
 
@@ -39,7 +41,7 @@ void require_lattice(const GRIDHEAD& h, const Name255& file, const char* what) {
 
 }  // namespace
 
-void READMAX(const Name255& Path, float& Maxdist) {
+void READMAX(const Name255& Path, float& Maxdist, std::string* warning) {
     Maxdist = 18288.0f;
     if (!file_exists(Path.padded())) return;   // nothing to read: the default stands
     TextFile f(Path.str());
@@ -50,7 +52,22 @@ void READMAX(const Name255& Path, float& Maxdist) {
         if (f.skip(1) != IoStatus::Ok) return;   // the value line of another key
     }
     float value = Maxdist;
-    if (list_read(f, value) == IoStatus::Ok) Maxdist = value;
+    const IoStatus st = list_read(f, value);
+    if (st == IoStatus::Ok) Maxdist = value;
+    if (!warning) return;
+    // The value stands as read; a limit that leaves every point out of range, or none, is told.
+    const std::string where = f.name() + ":" + std::to_string(f.record_number()) + ": the distance limit \"Max\" ";
+    if (st == IoStatus::Error) {
+        *warning = where + "cannot be read as a number; the default of 18288 metres is used";
+    } else if (st == IoStatus::Ok && std::isnan(value)) {
+        *warning = where + "is not a number: no distance is within it, so every level reads -999";
+    } else if (st == IoStatus::Ok && value <= 0.0f) {
+        char v[32];
+        std::snprintf(v, sizeof v, "%g", static_cast<double>(value));
+        *warning = where + "is " + v + " metres, not a positive distance: every level reads -999";
+    } else if (st == IoStatus::Ok && std::isinf(value)) {
+        *warning = where + "is infinite: no receiver or point is out of range";
+    }
 }
 
 void check_ambient_class(const SITEREC& r, const CaseState& cs, const char* what) {
@@ -69,8 +86,9 @@ void read_control_file(Session& s) {
     Name255* fields[7] = {&cs.Terrfile, &cs.Gndfile, &cs.Sitefile, &cs.Trackfile,
                           &cs.Weatherfile, &cs.Nordfile, &cs.Srcfile};
     for (int k = 0; k < 7; ++k) {
-        *fields[k] = f.record_or_fail(std::string(names[k]) + " on line " + std::to_string(k + 1) +
-                                      " (a control file has at least seven lines)");
+        const std::string_view rec = f.record_or_fail(std::string(names[k]) + " on line " + std::to_string(k + 1) +
+                                                      " (a control file has at least seven lines)");
+        *fields[k] = read_name_columns(f, rec, names[k]);
     }
     // Lines 8 to 10 as far as the file goes.
     ListReader r(f);
@@ -79,9 +97,9 @@ void read_control_file(Session& s) {
     if (st == IoStatus::Error) r.fail("a number on line 8 of the control file");
     std::string_view rec;
     if (f.next_record(rec) != IoStatus::Ok) return;
-    cs.Infofile = rec;
+    cs.Infofile = read_name_columns(f, rec, "the name on line 9");
     if (f.next_record(rec) != IoStatus::Ok) return;
-    cs.Ambfile = rec;
+    cs.Ambfile = read_name_columns(f, rec, "the ambient class definition");
 }
 
 void setup_ambient(Session& s) {
@@ -100,8 +118,12 @@ void setup_ambient(Session& s) {
     const std::string amb = cs.Ambfile.str();
     const std::size_t slash = amb.rfind('/');
     const std::string folder = slash == std::string::npos ? std::string() : amb.substr(0, slash + 1);
-    std::string raster(field(first, 1, 255));
-    while (!raster.empty() && raster.back() == ' ') raster.pop_back();
+    const std::string raster = read_name_columns(f, first, "the ambient class raster");
+    if (folder.size() + raster.size() > 255) {
+        throw file_error(f.name(), 1,
+                         "the ambient class raster: with the definition's folder in front the name has " +
+                             std::to_string(folder.size() + raster.size()) + " characters; it does not fit in 255");
+    }
     cs.Classfile = folder + raster;
 
     list_read_or_fail(f, "the number of ambient classes", cs.Nclass);
@@ -226,14 +248,22 @@ void setup_ground(Session& s) {
         cs.Flowx.allocate(cs.Flowhead.NX, cs.Flowhead.NY);
         cs.Flowy.allocate(cs.Flowhead.NX, cs.Flowhead.NY);
         unit.rewind();
-        // The ground file's zone and reference record are its own: the terrain's stand.
+        // The ground grid sets the run's zone, as every grid read does (0 without a "UTMZ" record);
+        // its reference record is its own: the terrain's stands.
         std::string title;
-        int ntitle = 0, zone = 0;
+        int ntitle = 0;
         float corners[8] = {};
         bool cornermark = false;
         GRIDREF flowref;
-        READGRID(title, ntitle, zone, cs.Flowz, cs.Flowx, cs.Flowy, "FLOW", corners, cornermark, unit, cs.Flowhead,
-                 flowref);
+        const int terrain_zone = cs.Utmzone;
+        READGRID(title, ntitle, cs.Utmzone, cs.Flowz, cs.Flowx, cs.Flowy, "FLOW", corners, cornermark, unit,
+                 cs.Flowhead, flowref);
+        if (cs.Utmzone != terrain_zone) {
+            warn(s, cs.Gndfile.str() + ": the ground grid leaves the run in UTM zone " + std::to_string(cs.Utmzone) +
+                        (cs.Utmzone == 0 ? " (it has no \"UTMZ\" record)" : "") + " where the terrain " +
+                        cs.Terrfile.str() + " has zone " + std::to_string(terrain_zone) +
+                        "; the receivers and the result headers use zone " + std::to_string(cs.Utmzone));
+        }
         return;
     }
     if (cs.Gndfile.contains(".flt")) {
@@ -362,7 +392,9 @@ void CASESETUP(Session& s) {
     setup_trajectory(s);
     setup_weather(s);
     if (cs.Nband > 0) ATMABS(cs.Pressure, cs.Tfahr, cs.Rh, cs.Nband, cs.Freq.data(), cs.Absdb.data());
-    READMAX(s.Dirfile, cs.Maxdist);
+    std::string distance_warning;
+    READMAX(s.Dirfile, cs.Maxdist, &distance_warning);
+    if (!distance_warning.empty()) warn(s, distance_warning);
     for (int i = 0; i < cs.Nband; ++i) cs.Wgt[static_cast<std::size_t>(i)] = AWEIGHT(cs.Freq[static_cast<std::size_t>(i)]);
     setup_nord_parameters(s);
 

@@ -11,6 +11,8 @@
 // A-weights; Nord2000 parameters.
 #pragma once
 
+#include <string>
+
 #include "batch/session.h"
 
 namespace tn {
@@ -31,8 +33,10 @@ void setup_nord_parameters(Session& s);
 
 // Reads the value of the key "Max" from the directories file: pairs of lines, a key (its first
 // three characters count) and its value. The first "Max" pair wins; without one, or with a value
-// that cannot be read, or without the file, Maxdist is 18288.0 metres (60,000 feet).
-void READMAX(const Name255& Path, float& Maxdist);
+// that cannot be read, or without the file, Maxdist is 18288.0 metres (60,000 feet). A value that
+// cannot be read, and a limit of 0 or below, not a number or infinite (each taken as it stands),
+// put one line naming the file, line and value into `warning` when it is given.
+void READMAX(const Name255& Path, float& Maxdist, std::string* warning = nullptr);
 
 // Stops the run when a receiver's ambient class is outside 1..Nclass of the case; `what` begins
 // the message and is followed by the receiver's name and a closing quote.

@@ -4,8 +4,10 @@
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "io/errors.h"
+#include "io/files.h"
 
 namespace tn {
 
@@ -16,13 +18,15 @@ void BinaryFile::open(const std::string& path, bool big_endian) {
     name_ = path;
     big_ = big_endian;
     offset_ = 0;
+    const int fd = open_input_file(path);
     struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) {
-        throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
+    ::fstat(fd, &st);
+    f_ = ::fdopen(fd, "rb");
+    if (!f_) {
+        const int e = errno;
+        ::close(fd);
+        throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(e));
     }
-    if (S_ISDIR(st.st_mode)) throw file_error(path, 0, "cannot open the file: it is a folder, a file was expected");
-    f_ = std::fopen(path.c_str(), "rb");
-    if (!f_) throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
     size_ = static_cast<std::uint64_t>(st.st_size);
 }
 

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,26 @@ bool file_exists(std::string_view name) {
     if (name.empty()) return false;
     struct stat st {};
     return ::stat(std::string(name).c_str(), &st) == 0;
+}
+
+int open_input_file(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0) throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
+    struct stat st {};
+    const char* what = nullptr;
+    if (::fstat(fd, &st) != 0) what = "its kind cannot be told";
+    else if (S_ISDIR(st.st_mode)) what = "it is a folder, a file was expected";
+    else if (S_ISCHR(st.st_mode) || S_ISBLK(st.st_mode)) what = "it is a device, a regular file was expected";
+    else if (S_ISFIFO(st.st_mode)) what = "it is a named pipe, a regular file was expected";
+    else if (S_ISSOCK(st.st_mode)) what = "it is a socket, a regular file was expected";
+    else if (!S_ISREG(st.st_mode)) what = "it is not a regular file";
+    if (what) {
+        ::close(fd);
+        throw file_error(path, 0, std::string("cannot open the file: ") + what);
+    }
+    const int flags = ::fcntl(fd, F_GETFL);
+    if (flags >= 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+    return fd;
 }
 
 std::string program_folder(std::string_view argv0) {

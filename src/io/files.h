@@ -13,6 +13,12 @@ namespace tn {
 // An empty or all-blank name never exists.
 bool file_exists(std::string_view name);
 
+// Opens an input file for reading and returns its descriptor (the caller closes it). Only a regular
+// file is accepted: a missing file, a folder, a device (/dev/zero), a named pipe or a socket stops
+// the run with a message naming the file and what stands there. A named pipe is refused without
+// waiting for a writer.
+int open_input_file(const std::string& path);
+
 // The program's folder, without a trailing separator: the part of argument 0 before its last '/',
 // or, when argument 0 holds no '/' (the program was found through PATH), the folder of the running
 // executable. Empty when neither can be had.

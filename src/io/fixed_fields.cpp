@@ -163,4 +163,20 @@ double read_double_columns(const RecordSource& src, std::string_view rec, int a,
     return v;
 }
 
+std::string read_name_columns(const RecordSource& src, std::string_view rec, std::string_view what) {
+    std::size_t n = rec.size();
+    while (n > 0 && rec[n - 1] == ' ') --n;
+    rec = rec.substr(0, n);
+    if (rec.size() > 255) {
+        throw file_error(src.name(), src.record_number(),
+                         std::string(what) + ": the name does not fit in 255 characters (it has " +
+                             std::to_string(rec.size()) + ")");
+    }
+    if (const std::size_t nul = rec.find('\0'); nul != std::string_view::npos) {
+        throw file_error(src.name(), src.record_number(),
+                         std::string(what) + ": a NUL byte stands in the name at column " + std::to_string(nul + 1));
+    }
+    return std::string(rec);
+}
+
 }  // namespace tn

@@ -30,6 +30,11 @@ bool parse_real_field(std::string_view fld, int decimals, double& out);
 int read_int_columns(const RecordSource& src, std::string_view rec, int a, int b, std::string_view what);
 float read_real_columns(const RecordSource& src, std::string_view rec, int a, int b, int decimals,
                         std::string_view what);
+// A file name from columns 1 to 255 of rec (the line last handed out by `src`), trailing blanks
+// removed. A name that goes on past column 255, or that holds a NUL byte, ends the run with
+// "FILE:LINE: what: ..." instead of being cut.
+std::string read_name_columns(const RecordSource& src, std::string_view rec, std::string_view what);
+
 double read_double_columns(const RecordSource& src, std::string_view rec, int a, int b, int decimals,
                            std::string_view what);
 

@@ -2,29 +2,57 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <sstream>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include "io/errors.h"
+#include "io/files.h"
 
 namespace tn {
+
+namespace {
+
+// Longest line a text input may have, in bytes without its line end: far beyond any line of this
+// system's files, it stops a file that is not text before it fills the memory.
+constexpr std::size_t kMaxLine = std::size_t{1} << 20;
+
+[[noreturn]] void line_too_long(const std::string& name, std::size_t line) {
+    throw file_error(name, static_cast<long>(line),
+                     "the line is longer than 1 MiB (" + std::to_string(kMaxLine) +
+                         " characters); this is not a text file of the kind expected here");
+}
+
+}  // namespace
 
 void TextFile::open(const std::string& path) {
     name_ = path;
     lines_.clear();
     pos_ = 0;
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) {
-        throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
+    const int fd = open_input_file(path);
+    std::string all;
+    std::size_t line = 1, run = 0;   // the line being read and its length so far
+    char buf[1 << 16];
+    for (;;) {
+        const ssize_t n = ::read(fd, buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            const int e = errno;
+            ::close(fd);
+            throw file_error(path, 0, std::string("cannot read the file: ") + std::strerror(e));
+        }
+        if (n == 0) break;
+        for (ssize_t k = 0; k < n; ++k) {
+            if (buf[k] == '\n') {
+                ++line;
+                run = 0;
+            } else if (++run > kMaxLine + 1) {   // one more for a CR before the line end
+                ::close(fd);
+                line_too_long(path, line);
+            }
+        }
+        all.append(buf, static_cast<std::size_t>(n));
     }
-    if (S_ISDIR(st.st_mode)) throw file_error(path, 0, "cannot open the file: it is a folder, a file was expected");
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
-    std::ostringstream all;
-    all << in.rdbuf();
-    if (in.bad()) throw file_error(path, 0, "cannot read the file");
-    split(all.str());
+    ::close(fd);
+    split(all);
 }
 
 TextFile TextFile::from_text(std::string name, std::string_view text) {
@@ -35,6 +63,8 @@ TextFile TextFile::from_text(std::string name, std::string_view text) {
 }
 
 void TextFile::split(std::string_view text) {
+    // A UTF-8 byte-order mark, as editors put at the start of a file, is not part of the text.
+    if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     std::size_t start = 0;
     while (start < text.size()) {
         std::size_t end = text.find('\n', start);
@@ -42,6 +72,7 @@ void TextFile::split(std::string_view text) {
         if (last) end = text.size();
         std::string_view line = text.substr(start, end - start);
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);   // files made on Windows
+        if (line.size() > kMaxLine) line_too_long(name_, lines_.size() + 1);
         lines_.emplace_back(line);
         start = last ? text.size() : end + 1;
     }

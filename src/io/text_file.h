@@ -3,7 +3,8 @@
 // A text file is read whole when it is opened and then handed out one record (line) at a time, so
 // that the reader can step back (backspace) and start again (rewind) as the readers of this system
 // do. A line that ends in CR LF reads as if the CR were not there; a last line without a line end is
-// a record; an empty file has no records.
+// a record; an empty file has no records. A UTF-8 byte-order mark at the start is passed over; a
+// line longer than 1 MiB stops the run with the file and the line.
 #pragma once
 
 #include <string>
@@ -34,7 +35,7 @@ class TextFile : public RecordSource {
 public:
     TextFile() = default;
     // Opens and reads the file; a file that cannot be opened or read ends the run with a clear
-    // message naming the file and the reason (missing, a folder, no permission).
+    // message naming the file and the reason (missing, a folder, a device or a pipe, no permission).
     explicit TextFile(const std::string& path) { open(path); }
     void open(const std::string& path);
     // Builds a file from text in memory (for internal reads and tests); `name` is used in messages.

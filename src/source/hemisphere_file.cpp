@@ -7,10 +7,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <limits>
 #include <mutex>
 #include <utility>
 #include <vector>
+#include <unistd.h>
 
 #include "io/errors.h"
 #include "io/files.h"
@@ -259,6 +261,8 @@ class NcReader {
 public:
     explicit NcReader(const std::string& path) : path_(path) {
         if (!file_exists(path)) fail("hemisphere file not found");
+        // A device or a named pipe is refused before anything reads it (a folder is the library's).
+        if (!std::filesystem::is_directory(path)) ::close(open_input_file(path));
         if (const std::string bad = ClassicHeader::problem(path); !bad.empty())
             fail("not a readable netCDF file (" + bad + ")");
         const int status = nc_open(path.c_str(), NC_NOWRITE, &id_);

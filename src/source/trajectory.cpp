@@ -73,7 +73,18 @@ void READTRAJ(float& Tfahr, float& Rh, int Npts, std::vector<TRAJPOINT>& Traj, f
         TRAJPOINT& p = Traj[static_cast<std::size_t>(i)];
         IoStatus st;
         if (ptsrc) {
-            st = list_read(unit, p.Time, p.x, p.y, p.z, p.Heading, p.Climb, p.Speed, p.Power, p.Bank, p.Srcname);
+            // The name is read whole first: one that does not fit in 255 characters, or holds a
+            // NUL byte, stops instead of naming another file.
+            std::string name;
+            st = list_read(unit, p.Time, p.x, p.y, p.z, p.Heading, p.Climb, p.Speed, p.Power, p.Bank, name);
+            if (name.size() > Name255::size || name.find('\0') != std::string::npos) {
+                throw file_error(unit.name(), unit.record_number(),
+                                 "point " + std::to_string(i + 1) + ": the source name " +
+                                     (name.size() > Name255::size
+                                          ? "does not fit in 255 characters (it has " + std::to_string(name.size()) + ")"
+                                          : std::string("holds a NUL byte")));
+            }
+            if (st == IoStatus::Ok && !name.empty()) p.Srcname = name;
         } else {
             st = list_read(unit, p.Time, p.x, p.y, p.z, p.Heading, p.Climb, p.Speed, p.Power, p.Bank);
         }

@@ -8,6 +8,7 @@
 
 #include "io/test_files.h"
 #include "io/text_file.h"
+#include "io/errors.h"
 #include "source/trajectory.h"
 
 using namespace tn;
@@ -115,4 +116,14 @@ TEST(READTRAJ, UnreadableLine13Or14EndsTheRun) {
         {head("Temp: 59.0", "Humid: 7O.0") + point(1), "traj.txt:14: columns 8-12"},
     };
     for (const auto& c : cases) EXPECT_TRUE(tntest::holds(tntest::error_of([&c] { run(c.text); }), c.where));
+}
+
+TEST(READTRAJ, ASourceNameThatDoesNotFitStops) {
+    const std::string name = "/" + std::string(299, 's');
+    try {
+        run(head() + points(" \"" + name + "\""));
+        ADD_FAILURE() << "a 300-character source name was read";
+    } catch (const RunError& e) {
+        EXPECT_STREQ(e.what(), "traj.txt:17: point 1: the source name does not fit in 255 characters (it has 300)");
+    }
 }
