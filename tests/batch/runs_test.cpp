@@ -124,9 +124,6 @@ const Row kRows[] = {
      .err = "run.txt:2: unexpected end of file, expected the control file's name"},
     {.what = "a column count with a letter", .script = kOpen + "grid\ng\nii:  1x3\n",
      .err = "run.txt:5: columns 5-8: expected an integer (Iicount, the receiver columns across the grid), found ' 1x3'"},
-    {.what = "an option in capitals", .script = kOpen + "site\na\nopt: No\n",
-     .err = "run.txt:5: the output option of \"site\" is 'No  ' in columns 6-9; valid options are \"yes\" (a .dbf "
-            "table) and \"no\" (a .tis time-history file)"},
     {.what = "seconds with two points", .script = kOpen + "site\na\nopt: no\nhrs:    0\nmin:    0\nsec: 1.2.3\n",
      .err = "run.txt:8: columns 6-11: expected a real number (the seconds of the time offset), found '1.2.3 '"},
 

@@ -1,4 +1,4 @@
-// Text and binary files, the console streams and fixed texts.
+// Text and binary files, the console streams, and the names of files and of the program's folder.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -6,24 +6,11 @@
 #include "io/binary_file.h"
 #include "io/console.h"
 #include "io/files.h"
-#include "io/fixed_text.h"
 #include "io/test_files.h"
 #include "io/text_file.h"
 
 using namespace tn;
 using namespace tntest;
-
-TEST(FixedText, PaddingComparisonAndSubstrings) {
-    const FixedText<4> opt("no");
-    EXPECT_TRUE(opt == "no" && opt == "no  " && !(opt == "No"));
-    EXPECT_EQ(opt.padded(), "no  ");
-    EXPECT_EQ(FixedText<3>("Maximum"), "Max");
-    const Name255 n("run/case.nc.txt");
-    EXPECT_TRUE(n.contains(".nc") && !n.contains(".NC"));
-    EXPECT_EQ(n.trimmed(), "run/case.nc.txt");
-    EXPECT_TRUE(Name255().blank());
-    EXPECT_TRUE(padded_equal("Flight track", "Flight track   "));
-}
 
 TEST(TextFile, RecordsBackspaceRewindAndLastLine) {
     const ScratchDir d;
