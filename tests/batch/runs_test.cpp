@@ -308,7 +308,8 @@ TEST(Faraway, TheLimitItselfIsInRangeAndNotANumberIsNot) {
 
 // A lattice of 11 by 3 positions over a grid of 101 by 51 nodes, 10 by 20 m: j runs fastest, the
 // positions span the grid from its first node to its last, and those beyond 600 m of the point in
-// the plane get the height -1e34. A block of one position keeps its place in the whole lattice.
+// the plane get the height -1e34, the others 4 feet (4 / 3.2808 = 1.219215 m). A block of one keeps its
+// place in the whole lattice.
 TEST(Gridrecv, LatticeSpansTheGridFromFirstToLastNode) {
     tn::CaseState cs;
     cs.Terrhead = {101, 51, 10.0f, 20.0f, 500000.0f, 4000000.0f};

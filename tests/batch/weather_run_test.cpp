@@ -1,6 +1,6 @@
 // Whole runs of the program on the weather path: a profile case against the test stand-in of the
-// Nord2000 library, compared whole with a time-history file worked out by hand, and the run that
-// cannot find the library.
+// Nord2000 library, compared whole with a time-history file worked out by hand below (an independent
+// calculation, not a snapshot of the program's output), and the run that cannot find the library.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
