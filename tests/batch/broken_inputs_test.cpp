@@ -4,13 +4,13 @@
 // reference receiver; a missing ground, site, ambient, weather or Nord2000 file is "off"), the run
 // goes on and ends normally instead.
 //
-// Each case starts from the small case that runs (case_builder.h; here one site run), may switch
-// one more reader on, and breaks one file in one way: empty, cut short, a number where a text
-// belongs, a text where a number belongs, a line of 10 000 characters, CR LF line ends, a folder in
-// the file's place, or no file at all. Every kind of breakage meets several readers and every reader
-// several kinds, not all of them; the file layer's own messages are the tests/io tests'. The
-// program runs in the case's folder, with argument 0 prog/tracknoise, so that its rnd/ folder is
-// the case's own.
+// Each case starts from a small case that runs (terrain grid, trajectory, source list and table,
+// one site run), may switch one more reader on, and breaks one file in one way: empty, cut short,
+// a number where a text belongs, a text where a number belongs, a line of 10 000 characters, CR LF
+// line ends, a folder in the file's place, or no file at all. Every kind of breakage meets several
+// readers and every reader several kinds, not all of them; the file layer's own messages are the
+// tests/io tests'. The program runs in the case's folder, with argument 0 prog/tracknoise, so that
+// its rnd/ folder is the case's own.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -89,8 +89,11 @@ struct Case {
     bool write_script = true;
 
     Case() {
-        write_small_case(dir);
-        remove("case.ctl");   // written from `ctl` by run()
+        grid("terrain.grd", "ZALT", 10.0f);
+        dir.write_trajectory("track.trj", 59.0, 70.0, {{0, 500000, 4000200, 310, 90, 0, 100, 80, 0},
+                                                       {1, 500100, 4000200, 310, 90, 0, 100, 80, 0},
+                                                       {2, 500200, 4000200, 310, 90, 0, 100, 80, 0}});
+        dir.write_source("src.lst", "t.tab", {1000.0f, 1250.0f, 1600.0f}, [](int b, int) { return 70.0f + b; });
         fs::create_directories(dir.dir() / "prog" / "rnd");
         for (const char* f : {"directories.ini", "GroundImpedance.csv"})
             fs::copy_file(fs::path(TN_BINARY_DIR) / "rnd" / f, dir.dir() / "prog" / "rnd" / f);
