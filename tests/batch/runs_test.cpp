@@ -117,8 +117,6 @@ const Row kRows[] = {
     // Stops of a wrong script, each before any result file is opened.
     {.what = "site before open", .script = "site\nx\n",
      .err = "run.txt:1: \"site\" before any \"open\": no case is set up to run"},
-    {.what = "grid before open", .script = "grid\nx\n",
-     .err = "run.txt:1: \"grid\" before any \"open\": no case is set up to run"},
     {.what = "a second open", .script = kOpen + kOpen, .err = "run.txt:3: a run script holds one case"},
     {.what = "open at the end", .script = "open\n",
      .err = "run.txt:2: unexpected end of file, expected the control file's name"},
@@ -273,8 +271,9 @@ TEST(Runs, SmallCaseTable) {
         dir.write("run.txt", row.script);
         const RunResult r = run(row.args.empty() ? std::vector<std::string>{kProgram, "run.txt"} : row.args);
         if (row.err.empty()) {
-            ASSERT_EQ(r.code, 0) << r.err;
+            EXPECT_EQ(r.code, 0);
             EXPECT_EQ(r.err, "");
+            if (r.code != 0) continue;
         } else {
             EXPECT_NE(r.code, 0);
             EXPECT_EQ(r.err.rfind("tracknoise: ", 0), 0u) << r.err;
