@@ -135,6 +135,24 @@ private:
     fs::path old_cwd_;
 };
 
+// The small case that the whole-program tests start from: flat terrain at 10 m (5 by 5 nodes 100 m
+// apart from (500000, 4000000), zone 11), a level flight along +x at 310 m of three points a second
+// apart, 200 m north of the origin, a source of three bands (1000, 1250 and 1600 Hz at 71, 72 and
+// 73 dB at every angle), and the control file case.ctl naming them relatively.
+inline void write_small_case(const CaseDir& dir, const std::function<float(int, int)>& z = [](int, int) { return 10.0f; }) {
+    dir.write_grid("terrain.grd", "ZALT", 5, 5, 100.0f, 500000.0f, 4000000.0f, 11, z);
+    dir.write_trajectory("track.trj", 59.0, 70.0, {{0, 500000, 4000200, 310, 90, 0, 100, 80, 0},
+                                                   {1, 500100, 4000200, 310, 90, 0, 100, 80, 0},
+                                                   {2, 500200, 4000200, 310, 90, 0, 100, 80, 0}});
+    dir.write_source("src.lst", "t.tab", {1000.0f, 1250.0f, 1600.0f}, [](int b, int) { return 70.0f + b; });
+    dir.write_control("case.ctl", {"terrain.grd", "-", "-", "track.trj", "-", "-", "src.lst"});
+}
+
+// The block of a site run in a script: the result's name, the option and a time offset of 0.
+inline std::string site_run(const std::string& out, const char* opt = "no") {
+    return "site\n" + out + "\nopt: " + opt + "\nhrs:    0\nmin:    0\nsec:  0.000\n";
+}
+
 // Runs the program in this process; returns the exit code and fills the two streams.
 struct RunResult {
     int code = 0;

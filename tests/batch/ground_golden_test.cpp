@@ -4,10 +4,10 @@
 // altitude of 0 is raised to it). Before comparing, the test checks with the path dispatch itself
 // that each geometry is of the kind it stands for.
 //
-// The expected files in tests/batch/golden were written by the program (TN_UPDATE_GOLDEN=1) and
-// checked by hand for plausibility: a hard flat path stays a few dB above free field at low
-// frequencies with interference dips higher up; soft ground takes 10 dB or more out of the mid
-// bands; the hill's shadow takes 15 to 30 dB out of the high bands. They guard the model against
+// The expected files in tests/batch/golden are a snapshot of the program's own output (written with
+// TN_UPDATE_GOLDEN=1), checked by hand for plausibility: a hard flat path stays a few dB above free
+// field at low frequencies with interference dips higher up; soft ground takes 10 dB or more out of
+// the mid bands; the hill's shadow takes 15 to 30 dB out of the high bands. They guard the model against
 // unintended change; the numerics behind them are tested against independent references in
 // tests/ground.
 #include <gtest/gtest.h>

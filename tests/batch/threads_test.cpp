@@ -1,6 +1,8 @@
-// Results do not depend on the number of threads: the example cases and the benchmark case at a
-// reduced size, run with 1, 2 and 4 threads, give byte-identical files; and a terrain whose heights
-// make a receiver depend on the one before it is run in order.
+// Results do not depend on the number of threads: each case below, run with 1, 2 and 4 threads,
+// gives byte-identical files. The cases: the two examples (which so stay valid cases), the
+// benchmark case at a reduced size,
+// and a terrain whose column of not-a-number heights makes each receiver on it take the last good
+// height of the receiver before it, so that the receivers must be handed on in order.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,56 +16,21 @@ namespace {
 
 const std::string kBin = std::string(TN_BINARY_DIR);
 
-int shell(const std::string& cmd) { return std::system(cmd.c_str()); }
-
-// Runs `script` in `dir` with the given thread count and returns the named result files' bytes.
-std::vector<std::string> run_with(const CaseDir& dir, const std::string& script, int threads,
-                                  const std::vector<std::string>& results) {
-    for (const std::string& r : results) fs::remove(dir.path(r));
-    const std::string cmd = "cd '" + dir.dir().string() + "' && SOURCE_DATE_EPOCH=1700000000 '" + kBin +
-                            "/tracknoise' --threads " + std::to_string(threads) + " " + script + " > console.txt 2>&1";
-    EXPECT_EQ(shell(cmd), 0) << dir.read("console.txt");
-    std::vector<std::string> bytes;
-    for (const std::string& r : results) {
-        EXPECT_TRUE(dir.exists(r)) << r;
-        bytes.push_back(dir.read(r));
-    }
-    return bytes;
+int shell(const CaseDir& dir, const std::string& cmd) {
+    return std::system(("cd '" + dir.dir().string() + "' && " + cmd).c_str());
 }
 
-void expect_same_for_all_thread_counts(const CaseDir& dir, const std::string& script,
-                                       const std::vector<std::string>& results) {
-    const std::vector<std::string> one = run_with(dir, script, 1, results);
-    for (int threads : {2, 4}) {
-        const std::vector<std::string> many = run_with(dir, script, threads, results);
-        for (std::size_t k = 0; k < results.size(); ++k) {
-            EXPECT_TRUE(one[k] == many[k]) << results[k] << " differs with " << threads << " threads";
-        }
-    }
-    for (const std::string& s : one) EXPECT_GT(s.size(), 1000u);
+// The example cases in folders of their names; the hemisphere example reads the flyover's files.
+void examples(const CaseDir& dir) {
+    fs::copy(fs::path(TN_SOURCE_DIR) / "examples", dir.dir(), fs::copy_options::recursive);
+    ASSERT_EQ(shell(dir, "cd flyover && '" + kBin + "/tracknoise-asc2grid' terrain.asc terrain.grd ZALT 11 && '" + kBin +
+                             "/tracknoise-asc2grid' ground.asc ground.imp FLOW 11 && ncgen -o ../hemisphere/jet.nc "
+                             "../hemisphere/jet.cdl"), 0);
 }
 
-}  // namespace
+void bench(const CaseDir& dir) { ASSERT_EQ(shell(dir, "'" + kBin + "/tracknoise-benchcase' . 12 40 60"), 0); }
 
-TEST(Threads, ExampleFlyoverIsIdentical) {
-    CaseDir dir("threads_example");
-    fs::copy(fs::path(TN_SOURCE_DIR) / "examples" / "flyover", dir.dir(), fs::copy_options::recursive);
-    ASSERT_EQ(shell("cd '" + dir.dir().string() + "' && '" + kBin + "/tracknoise-asc2grid' terrain.asc terrain.grd ZALT 11 && '" +
-                    kBin + "/tracknoise-asc2grid' ground.asc ground.imp FLOW 11"),
-              0);
-    expect_same_for_all_thread_counts(dir, "flyover.run", {"flyover_sites.tis", "flyover_grid.tig"});
-}
-
-TEST(Threads, BenchmarkCaseAtReducedSizeIsIdentical) {
-    CaseDir dir("threads_bench");
-    ASSERT_EQ(shell("'" + kBin + "/tracknoise-benchcase' '" + dir.dir().string() + "' 12 40 60"), 0);
-    expect_same_for_all_thread_counts(dir, "bench.run", {"bench.tig"});
-}
-
-TEST(Threads, KeptHeightFromTheReceiverBeforeRunsInOrder) {
-    // Receivers on a column of not-a-number heights take the last good height of the receiver
-    // before them: the run goes in order and the results still do not depend on the thread count.
-    CaseDir dir("threads_kept");
+void kept_height(const CaseDir& dir) {
     dir.write_grid("t.grd", "ZALT", 11, 11, 100.0f, 500000.0f, 4000000.0f, 11, [](int i, int j) {
         return i == 6 ? std::numeric_limits<float>::quiet_NaN() : 20.0f * static_cast<float>(i + j);
     });
@@ -74,5 +41,38 @@ TEST(Threads, KeptHeightFromTheReceiverBeforeRunsInOrder) {
     dir.write_control("c.ctl", {"t.grd", "-", "-", "track.trj", "-", "-", "s.lst"});
     dir.write("run.txt", "open\nc.ctl\ngrid\ng\nii:   11\nii:    1  11\njj:   11\njj:    1  11\nopt: no\n"
                          "hrs:    0\nmin:    0\nsec:  0.000\n");
-    expect_same_for_all_thread_counts(dir, "run.txt", {"g.tig"});
+}
+
+}  // namespace
+
+TEST(Threads, ResultsAreIdenticalForAnyThreadCount) {
+    const struct { const char* what; void (*prepare)(const CaseDir&); const char* folder; const char* script;
+                   std::vector<std::string> results; } cases[] = {
+        {"example flyover", examples, "flyover", "flyover.run", {"flyover_sites.tis", "flyover_table.dbf", "flyover_grid.tig"}},
+        {"example hemisphere", examples, "hemisphere", "hemisphere.run", {"hemisphere_sites.tis"}},
+        {"benchmark case, reduced", bench, ".", "bench.run", {"bench.tig"}},
+        {"kept height from the receiver before", kept_height, ".", "run.txt", {"g.tig"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        CaseDir dir("threads");
+        c.prepare(dir);
+        std::vector<std::string> one;
+        for (int threads : {1, 2, 4}) {
+            ASSERT_EQ(shell(dir, "cd " + std::string(c.folder) + " && SOURCE_DATE_EPOCH=1700000000 '" + kBin +
+                                     "/tracknoise' --threads " + std::to_string(threads) + " " + c.script +
+                                     " > '" + dir.path("console.txt") + "' 2>&1"), 0)
+                << dir.read("console.txt");
+            for (std::size_t k = 0; k < c.results.size(); ++k) {
+                const std::string name = std::string(c.folder) + "/" + c.results[k], bytes = dir.read(name);
+                fs::remove(dir.path(name));
+                if (threads == 1) {
+                    one.push_back(bytes);
+                    EXPECT_GT(bytes.size(), 1000u) << c.results[k];
+                } else {
+                    EXPECT_TRUE(bytes == one[k]) << c.results[k] << " differs with " << threads << " threads";
+                }
+            }
+        }
+    }
 }

@@ -1,4 +1,5 @@
-// Whole time-history files of small cases whose numbers are worked out here independently.
+// Whole time-history files of small cases, against lines worked out here by an independent
+// calculation (not a snapshot of the program's output).
 //
 // The cases are built so that every term of a level is known in closed form: flat terrain at 0 m,
 // no humidity (so no absorption), a source table that is the same at every angle with one
@@ -17,7 +18,6 @@
 #include "case_builder.h"
 #include "io/format.h"
 #include "results/detect.h"
-#include "results/timehist.h"
 
 using namespace tntest;
 
@@ -127,9 +127,9 @@ struct GoldenCase {
         for (const Pt& q : pts) traj.push_back({q.time, q.x, q.y, q.z, 90, 0, 100, 80, 0});
         dir.write_trajectory("track.trj", 59.0, 70.0, traj);
         dir.write_source("src.lst", "t.tab", src.freqs, [this](int b, int) { return src.level(b); });
-        // Single-parameter weather of 15 degrees Celsius (59 F) and no humidity: the weather path,
-        // no absorption.
-        dir.write("wx.txt", "Single Parameter Weather\nvalues\n15.0 0.0 0.0 0.0 0.0 0 0 0 0 0\n");
+        // Single-parameter weather of 20 degrees Celsius (68 F) and no humidity: the weather path, no
+        // absorption, and the air of the weather file, not the trajectory's 59 F and 70 %.
+        dir.write("wx.txt", "Single Parameter Weather\nvalues\n20.0 0.0 0.0 0.0 0.0 0 0 0 0 0\n");
         dir.write("sites.txt", "x y z name\n500000.0 4000000.0 1.5 'Centre'\n");
         dir.write_control("case.ctl", {dir.path("flat.grd"), "-", dir.path("sites.txt"), dir.path("track.trj"),
                                        dir.path("wx.txt"), "-", dir.path("src.lst")});
@@ -163,29 +163,14 @@ TEST(TimeHistory, TwentyFourBandsFrom50HzOverheadObliqueAndOutOfRange) {
     };
     GoldenCase c(src, pts);
     const std::vector<std::string> got = c.run_sites(1, 30, "15500");   // 1 h 30 min 15.5 s
-    ASSERT_EQ(got.size(), 9u + 9u + 3u + 1u);
-    EXPECT_EQ(got[9], "Site: Centre" + std::string(58, ' '));
-    EXPECT_EQ(got[10], "Integ:                   Spec:   3");
-    EXPECT_EQ(got[11].substr(0, 5), "Lat: ");
-    EXPECT_EQ(got[12], "UTM Zone:  11    Easting:  500000.    Northing: 4000000.");
-    EXPECT_EQ(got[13], "14 Nov 2023");
-    EXPECT_EQ(got[14], "Echo");
-    EXPECT_EQ(got[15], std::string(tn::kRuler));
-    EXPECT_EQ(got[16], std::string(tn::kRule));
-    // No ambient file: the ambient A level and bands read -999.9 dB, truncated to -999.
-    std::string ambient = "   0 AMBIENT    ";
-    for (int k = 0; k < 34; ++k) ambient += " -999";
-    EXPECT_EQ(got[17], ambient);
+    ASSERT_EQ(got.size(), 9u + 9u + 3u + 1u);   // the section's head is the weather run test's, line by line
     const double tstart = 5415.5;
     for (int n = 1; n <= 3; ++n) {
         EXPECT_EQ(got[17 + static_cast<std::size_t>(n)],
-                  expected_line(n, pts[static_cast<std::size_t>(n - 1)], c.rx, c.ry, c.rz, src, 18288.0, tstart, 59.0))
+                  expected_line(n, pts[static_cast<std::size_t>(n - 1)], c.rx, c.ry, c.rz, src, 18288.0, tstart, 68.0))
             << "point " << n;
     }
     EXPECT_EQ(got[21], "---End of This Data Section---");
-    // Bands 10 to 16 and 41 are -999 on every line of a 24-band run from 50 Hz.
-    EXPECT_EQ(got[18].substr(26, 35), " -999 -999 -999 -999 -999 -999 -999");
-    EXPECT_EQ(got[18].substr(181, 5), " -999");
 }
 
 TEST(TimeHistory, FirstFrequencyNotInTheBandTableStartsAtBand10) {
@@ -194,7 +179,7 @@ TEST(TimeHistory, FirstFrequencyNotInTheBandTableStartsAtBand10) {
     GoldenCase c(src, pts);
     const std::vector<std::string> got = c.run_sites(0, 0, "  2.5");
     ASSERT_EQ(got.size(), 9u + 9u + 1u + 1u);
-    EXPECT_EQ(got[18], expected_line(1, pts[0], c.rx, c.ry, c.rz, src, 18288.0, 2.5, 59.0));
+    EXPECT_EQ(got[18], expected_line(1, pts[0], c.rx, c.ry, c.rz, src, 18288.0, 2.5, 68.0));
     // The three bands stand under 10, 11 and 12 whatever their true frequencies.
     EXPECT_NE(got[18].substr(26, 15), " -999 -999 -999");
     EXPECT_EQ(got[18].substr(41, 5), " -999");

@@ -7,7 +7,6 @@
 #include <limits>
 
 #include "io/fixed_fields.h"
-#include "io/test_files.h"
 
 using namespace tn;
 
@@ -73,13 +72,4 @@ TEST(RealField, FloatTargetsAreRoundedOnceFromTheText) {
     EXPECT_EQ(f, std::strtof("1.00000005960464477539", nullptr));
     ASSERT_TRUE(parse_real_field("  304.8037", 0, f));
     EXPECT_EQ(f, 304.8037f);
-}
-
-TEST(ColumnReaders, FailureNamesFileLineColumnsAndText) {
-    TextFile f = TextFile::from_text("script.txt", "grid\nii: 12x4\n");
-    f.skip(1);
-    const std::string_view rec = f.record_or_fail("a count");
-    EXPECT_EQ(tntest::error_of([&] { read_int_columns(f, rec, 5, 8, "Iicount"); }),
-              "script.txt:2: columns 5-8: expected an integer (Iicount), found '12x4'");
-    EXPECT_FLOAT_EQ(read_real_columns(f, "sec: 15500", 6, 11, 3, "seconds"), 15.5f);
 }

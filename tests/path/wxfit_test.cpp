@@ -1,11 +1,12 @@
-// Profile fit of a path: heading, levels of the two ends, values interpolated there, the two fits.
-// Profiles are filled by hand (not through WXTABLES), with values that differ from heading to
-// heading, so that a wrong heading or level shows; expected values are worked out below by hand.
+// Profile fit of a path: its heading, and ends below the profile. Profiles are filled by hand (not
+// through WXTABLES), with values that differ from heading to heading, so that a wrong heading or
+// level shows; expected values are worked out below by hand.
 #include "path/wxfit.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 namespace {
 
@@ -52,31 +53,12 @@ TEST(Wxfit, HeadingOfThePath) {
     for (const auto& c : cases) EXPECT_EQ(fit(500, 700, 50, float(500 + c.dx), float(700 + c.dy), 20).Hdg, c.hdg) << c.why;
 }
 
-// The ends of a path along +x at heights zs and zr; kAny: not checked. Tolerances: a few units of
-// the last place of single precision; 0: exact.
-//  - source at 200 m (between levels 2 and 3), receiver at 50 m (between levels 1 and 2):
-//    ts = 14 - ((14 - 18) / 200) * (300 - 200) = 16; tr = 18 - ((18 - 20) / 90) * (100 - 50) =
-//    19.1111; Tgrad = (16 - 19.1111) / 150 = -0.0207407; Wsrc = 9 - (4 / 200) * 100 = 7;
-//    cs = 335 - (-3 / 200) * 100 = 336.5 replaces the fitted constant.
-//  - both ends below the first level: each takes level 1's values as they are: gradient 0, level
-//    1's wind and sound speed.
-//  - ends at the same height have the same values: the gradient is 0 / 0, not a number, passed on;
-//    Wsrc = 5 + ((9 - 5) / 200) * (150 - 100) = 6.
-constexpr double kAny = 1e30;
-TEST(Wxfit, HandWorkedEnds) {
-    const struct { float zs, zr; double tgrad, ttol, wsrc, wtol, cc, ctol; const char* why; } cases[] = {
-        {200, 50, -(3.0 + 1.0 / 9.0) / 150.0, 1e-7, 7.0, 2e-6, 336.5, 3e-5, "between levels"},
-        {5, 2, 0.0, 0, 2.0, 0, 340.0, 0, "both below the first level"},
-        {150, 150, NAN, 0, 5.0 + 0.02 * 50.0, 2e-6, kAny, 0, "equal heights"},
-    };
-    for (const auto& c : cases) {
-        const Fit f = fit(0, 0, c.zs, 1000, 0, c.zr);
-        EXPECT_EQ(f.Hdg, 90) << c.why;
-        EXPECT_TRUE(std::isnan(c.tgrad) ? std::isnan(f.Tgrad) : std::abs(f.Tgrad - c.tgrad) <= c.ttol)
-            << c.why << ": " << f.Tgrad;
-        EXPECT_TRUE(c.wsrc == kAny || std::abs(f.Wsrc - c.wsrc) <= c.wtol) << c.why << ": " << f.Wsrc;
-        EXPECT_TRUE(c.cc == kAny || std::abs(f.Cc - c.cc) <= c.ctol) << c.why << ": " << f.Cc;
-    }
+// Both ends below the first level take level 1's values as they are: gradient 0, level 1's wind.
+// (Ends between levels and at one height are worked by hand in nord2000_test.cpp, through the
+// arguments the library gets; the fitted sound speeds Ca, Cb, Cc are not passed on.)
+TEST(Wxfit, EndsBelowTheFirstLevel) {
+    const Fit f = fit(0, 0, 5, 1000, 0, 2);
+    EXPECT_EQ(std::tie(f.Hdg, f.Tgrad, f.Wsrc), std::make_tuple(90, 0.0f, 2.0));
 }
 
 }  // namespace

@@ -110,12 +110,10 @@ TEST(READTRAJ, ContinuationBadNumbersAndTheEndOfTheFile) {
                                                    written(0), written(0)}));
 }
 
-TEST(READTRAJ, UnreadableLine13Or14EndsTheRun) {
-    const struct { std::string text; const char* where; } cases[] = {
-        {head("Temp: 5x.0") + point(1), "traj.txt:13: columns 7-11"},
-        {head("Temp: 59.0", "Humid: 7O.0") + point(1), "traj.txt:14: columns 8-12"},
-    };
-    for (const auto& c : cases) EXPECT_TRUE(tntest::holds(tntest::error_of([&c] { run(c.text); }), c.where));
+// Line 13's stop is the broken-input table's; line 14 is read in columns of its own.
+TEST(READTRAJ, UnreadableHumidityEndsTheRun) {
+    EXPECT_TRUE(tntest::holds(tntest::error_of([] { run(head("Temp: 59.0", "Humid: 7O.0") + point(1)); }),
+                              "traj.txt:14: columns 8-12"));
 }
 
 TEST(READTRAJ, ASourceNameThatDoesNotFitStops) {
