@@ -132,6 +132,10 @@ void TimeHistoryReader::read_header() {
 void TimeHistoryReader::read_data_line(std::string_view rec, int n, HistoryPoint& p) {
     const long line = in_.record_number();
     if (trim_right(rec).size() < static_cast<std::size_t>(kDataLineWidth - 1)) {
+        if (in_.last_line_open()) {
+            throw file_error(in_.name(), line,
+                             "expected data line " + std::to_string(n) + ", found the end of the file inside the line (the file is cut short)");
+        }
         throw file_error(in_.name(), line,
                          "expected data line " + std::to_string(n) + " of " + std::to_string(kDataLineWidth - 1) +
                              " characters or more (point number, time, F, A, bands 10 to 41, 42), found " +
