@@ -2,10 +2,13 @@
 //
 // For each chosen band of a GeoTIFF written by MetricRaster, two layers: "<METRIC>_lines", the
 // contour lines with the field "level", and "<METRIC>_bands", the filled bands between successive
-// levels with the fields "level_min" and "level_max". Levels are every `step` dB from 0 (the
-// levels multiples of it), or the user's list. Nodata pixels are left out: no line crosses them
-// and no band covers them. The contour generator treats a value as standing at its pixel's centre,
-// that is on the lattice position. Layers carry the raster's coordinate system.
+// levels with the fields "level_min" and "level_max". The levels are the multiples of `step` from
+// the one below the band's smallest value to the one above its largest (so every filled band lies
+// between two levels), or the user's list (then the band below its lowest level has no
+// "level_min", the band above its highest no "level_max"). At most 2000 levels per metric. Nodata
+// pixels are left out: no line crosses them and no band covers them. The contour generator takes a
+// value to stand at its pixel's centre, that is on the lattice position. Layers carry the raster's
+// coordinate system. A band without any value gives two empty layers.
 #pragma once
 
 #include <string>

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 #include <cpl_string.h>
 #include <gdal.h>
@@ -77,7 +78,8 @@ void MetricRaster::write_pixel(int i, int j, const std::vector<double>& values) 
     const int row = fit_.y_direction() >= 0 ? block_.Jjlast - j : j - block_.Jjfirst;   // north up
     for (int b = 0; b < nbands_; ++b) {
         const double v = values[static_cast<std::size_t>(b)];
-        pixel_[static_cast<std::size_t>(b)] = std::isfinite(v) ? static_cast<float>(v) : static_cast<float>(kRasterNodata);
+        const bool fits = std::isfinite(v) && std::fabs(v) <= std::numeric_limits<float>::max();
+        pixel_[static_cast<std::size_t>(b)] = fits ? static_cast<float>(v) : static_cast<float>(kRasterNodata);
     }
     const int sz = static_cast<int>(sizeof(float));
     if (GDALDatasetRasterIO(static_cast<GDALDatasetH>(ds_), GF_Write, col, row, 1, 1, pixel_.data(), 1, 1, GDT_Float32, nbands_,
@@ -87,6 +89,9 @@ void MetricRaster::write_pixel(int i, int j, const std::vector<double>& values) 
 }
 
 void MetricRaster::put(int i, int j, const ReceiverHead& head, const std::vector<double>& values, const std::string& where) {
+    if (i < block_.Iifirst || i > block_.Iilast || j < block_.Jjfirst || j > block_.Jjlast) {
+        throw RunError(where + ": receiver '" + head.Name.str() + "' lies outside the grid's block");
+    }
     if (!any_) zone_ = head.Utmzone;
     any_ = true;
     const std::string wrong = fit_.add(i, j, head.x, head.y);

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "geo/coordinates.h"
 #include "io/errors.h"
@@ -47,6 +48,12 @@ bool int_field(const char* p, int w, int& v) {
     }
     v = neg ? -x : x;
     return true;
+}
+
+// A double as a float; beyond the float range, an infinity (the conversion is undefined there).
+float as_float(double v) {
+    if (std::fabs(v) > std::numeric_limits<float>::max() && std::isfinite(v)) return v > 0 ? HUGE_VALF : -HUGE_VALF;
+    return static_cast<float>(v);
 }
 
 // The label of data-line field k (0 the flat level, 1 the A level, 2.. the bands, 34 the metric).
@@ -204,7 +211,8 @@ bool TimeHistoryReader::next(ReceiverHistory& h) {
     rec = line_or_fail("'Lat: ', the latitude and longitude of " + who);
     {
         const StringRecord r(file, rec, in_.record_number());
-        if (!starts_with(rec, "Lat: ") || field(rec, 18, 27) != "    Long: ") {
+        if (!starts_with(rec, "Lat: ") || field(rec, 18, 27) != "    Long: " || field(rec, 40, 57) != "          User X: " ||
+            field(rec, 70, 81) != "    User Y: " || trim_right(rec).size() > 93) {
             throw file_error(file, in_.record_number(), "expected 'Lat: ' and 'Long: ' with the position of " + who + ", found " + quoted(rec));
         }
         head.lat = read_double_columns(r, rec, 6, 17, 7, "the latitude of " + who);
@@ -219,6 +227,11 @@ bool TimeHistoryReader::next(ReceiverHistory& h) {
         const StringRecord r(file, rec, in_.record_number());
         if (!starts_with(rec, "UTM Zone: ") || field(rec, 14, 26) != "    Easting: ") {
             throw file_error(file, in_.record_number(), "expected 'UTM Zone: ' and 'Easting: ' with the position of " + who + ", found " + quoted(rec));
+        }
+        if (trim_right(rec).size() > 56) {
+            throw file_error(file, in_.record_number(),
+                             "expected the zone and position of " + who + " to end at column 56, found " +
+                                 std::to_string(trim_right(rec).size()) + " columns: " + quoted(rec));
         }
         head.Utmzone = read_int_columns(r, rec, 11, 13, "the UTM zone of " + who);
         east = read_double_columns(r, rec, 27, 34, 0, "the easting of " + who);
@@ -239,8 +252,8 @@ bool TimeHistoryReader::next(ReceiverHistory& h) {
             y = yu;
         }
     }
-    head.x = static_cast<float>(x);
-    head.y = static_cast<float>(y);
+    head.x = as_float(x);
+    head.y = as_float(y);
 
     rec = line_or_fail("the date of " + who);
     {
