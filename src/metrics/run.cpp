@@ -54,7 +54,9 @@ public:
         if (contours_on_) {
             std::string levels;
             for (const Column& c : columns_) {
-                if (c.kind == ColumnKind::Level) levels += (levels.empty() ? "" : ", ") + c.name;
+                if (c.kind != ColumnKind::Level) continue;
+                if (!levels.empty()) levels += ", ";
+                levels += c.name;
             }
             if (contour_.metrics.empty()) {
                 for (const Column& c : columns_) {

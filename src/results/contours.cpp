@@ -81,7 +81,10 @@ void write_contours(const std::string& raster, const std::string& path, const st
             for (double k = lo; k <= hi; k += 1.0) levels.push_back(k * o.step);
         }
         std::string fixed;
-        for (double L : levels) fixed += (fixed.empty() ? "" : ",") + number(L);
+        for (double L : levels) {
+            if (!fixed.empty()) fixed += ',';
+            fixed += number(L);
+        }
 
         for (const bool filled : {false, true}) {
             const std::string layer_name = metric + (filled ? "_bands" : "_lines");
