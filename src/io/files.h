@@ -49,6 +49,8 @@ public:
     void commit();
     // Closes and puts several files in place together (a table and its companion).
     static void commit_together(OutFile& a, OutFile& b);
+    // The stage of the file, to put it in place together with files of other writers (after close()).
+    StagedFile& stage() { return stage_; }
 
 private:
     [[noreturn]] void write_failure() const;
