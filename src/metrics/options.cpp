@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "io/errors.h"
+#include "pictures/drawing.h"
 #include "results/bands.h"
 
 namespace tn {
@@ -40,6 +41,12 @@ double number_of(const std::string& opt, const std::string& v, const char* what)
     return x;
 }
 
+std::string picture_name(const std::string& opt, const std::string& v) {
+    PictureFormat f;
+    if (!picture_format(v, f)) throw usage_error(opt + ": expected a picture's name ending in .png or .svg, found '" + v + "'");
+    return v;
+}
+
 // A list of levels, rising and without repeats once sorted; "none" gives an empty list.
 std::vector<double> levels_of(const std::string& opt, const std::string& v) {
     std::vector<double> out;
@@ -56,7 +63,8 @@ const char* metrics_usage() {
     return "Usage: tracknoise-metrics [OPTIONS] RESULT.tis|RESULT.tig\n"
            "       tracknoise-metrics [OPTIONS] --ops OPERATIONS.csv\n"
            "Single-event noise metrics of every receiver of a time-history result, or cumulative metrics of\n"
-           "many results (an operations file), as a CSV table and, for grid runs, a GeoTIFF and contours.\n"
+           "many results (an operations file), as a CSV table and, for grid runs, a GeoTIFF and contours;\n"
+           "a map of a grid metric and time-history plots of sites as pictures.\n"
            "\n"
            "Outputs (beside the input unless named; each is written whole or not at all):\n"
            "  -o, --output BASE       base of the default names: BASE.metrics.csv, BASE.metrics.tif,\n"
@@ -87,6 +95,16 @@ const char* metrics_usage() {
            "  --contour-step DB       interval of the levels (default 5)\n"
            "  --contour-levels L[,L...]  the levels themselves, instead of an interval\n"
            "  --contour-metrics M[,M...] the metrics to contour (default: every level metric)\n"
+           "\n"
+           "Pictures (PNG or SVG, by the name's extension):\n"
+           "  --map NAME              a map of one grid metric: 5 dB classes, contour lines, the terrain's\n"
+           "                          hillshade, the ground track and the named sites of the case\n"
+           "  --map-metric M          the metric of the map (default LAMAX; DNL with --ops)\n"
+           "  --plot NAME             the A-weighted time histories of a site run, four sites to a\n"
+           "                          figure: NAME, then NAME-2, NAME-3, ... before the extension\n"
+           "  --case-dir DIR          the folder the case's files (terrain, sites, trajectory) named in\n"
+           "                          the result's header are taken from (default: the folder the run was\n"
+           "                          in, found from the result's own name)\n"
            "\n"
            "  --help                  this text\n"
            "  --version               the program's version\n"
@@ -128,6 +146,10 @@ MetricsOptions parse_options(const std::vector<std::string>& args) {
         else if (opt == "--csv") o.csv = arg();
         else if (opt == "--tif") o.tif = arg();
         else if (opt == "--gpkg") o.gpkg = arg();
+        else if (opt == "--map") o.map = picture_name(opt, arg());
+        else if (opt == "--map-metric") o.map_metric = arg();
+        else if (opt == "--plot") o.plot = picture_name(opt, arg());
+        else if (opt == "--case-dir") o.case_dir = arg();
         else if (opt == "--no-csv") o.want_csv = false;
         else if (opt == "--no-grid") o.want_grid = false;
         else if (opt == "--no-contours") o.want_contours = false;

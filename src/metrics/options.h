@@ -15,6 +15,10 @@ struct MetricsOptions {
     std::string ops;            // an operations file
     std::string base;           // --output: the base of the default names
     std::string csv, tif, gpkg; // names chosen one by one
+    std::string map;            // the picture of a grid metric (.png or .svg), or empty
+    std::string map_metric;     // its metric; empty: LAMAX (single events) or DNL (cumulative)
+    std::string plot;           // the time-history plots of a site run (.png or .svg), or empty
+    std::string case_dir;       // the folder the case's file names are taken from; empty: the run's
     bool want_csv = true;
     bool want_grid = true;      // the GeoTIFF (grids only)
     bool want_contours = true;  // the GeoPackage (grids only)

@@ -3,12 +3,15 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 
 #include "io/errors.h"
 #include "io/format.h"
 #include "io/staged_file.h"
 #include "metrics/operations.h"
 #include "metrics/options.h"
+#include "pictures/noise_map.h"
+#include "pictures/site_plot.h"
 #include "results/contours.h"
 #include "results/cumulative.h"
 #include "results/metric_raster.h"
@@ -30,10 +33,43 @@ std::string metres(double v) {
     return buf;
 }
 
+std::string file_part(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// The folder a run was made in, from the result's path and the name the run wrote it under (its
+// header's first line): the path less that name when it ends with it, else the result's folder.
+// The case's file names in the header are relative to it.
+std::string run_folder(const std::string& result, const std::string& runout) {
+    if (!runout.empty() && runout[0] != '/' && result.size() > runout.size() &&
+        result.compare(result.size() - runout.size(), runout.size(), runout) == 0 && result[result.size() - runout.size() - 1] == '/') {
+        return result.substr(0, result.size() - runout.size());
+    }
+    if (result == runout) return "";
+    const std::size_t slash = result.rfind('/');
+    return slash == std::string::npos ? "" : result.substr(0, slash + 1);
+}
+
+// A name of the case's header as it can be opened from here: empty for an entry that is off.
+std::string case_file(const std::string& folder, const std::string& name) {
+    if (name.empty() || name == "-" || name == "none") return "";
+    if (name[0] == '/' || folder.empty()) return name;
+    return folder + (folder.back() == '/' ? "" : "/") + name;
+}
+
+// The names of the figures of a plot: the user's, then "-2", "-3", ... before its extension.
+std::string figure_name(const std::string& first, int k) {
+    if (k == 1) return first;
+    const std::size_t dot = first.rfind('.');
+    return first.substr(0, dot) + "-" + std::to_string(k) + first.substr(dot);
+}
+
 // Where the rows of the receivers go: the table, and for a grid the GeoTIFF and then its contours.
 class Outputs {
 public:
-    Outputs(const MetricsOptions& o, const std::string& input, const RunHeader& run, const std::vector<Column>& columns)
+    Outputs(const MetricsOptions& o, const std::string& input, const RunHeader& run, const std::vector<Column>& columns,
+            const std::string& result, bool cumulative)
         : grid_(run.grid), block_(run.block), columns_(columns) {
         const std::string base = o.base.empty() ? output_base(input) : o.base;
         csv_ = o.csv.empty() ? base + ".metrics.csv" : o.csv;
@@ -42,13 +78,41 @@ public:
         if (!grid_ && (!o.tif.empty() || !o.gpkg.empty())) {
             throw file_error(input, 0, "a site run gives a table only: --tif and --gpkg apply to grid runs (.tig)");
         }
+        if (!grid_ && !o.map.empty()) {
+            throw file_error(input, 0, "a site run has no map: --map draws a grid run's metric (.tig); a site run's pictures are --plot");
+        }
+        if (!o.plot.empty() && (grid_ || cumulative)) {
+            throw file_error(input, 0, std::string("--plot draws the time histories of one site run (.tis), found ") +
+                                           (cumulative ? "an operations file" : "a grid run"));
+        }
         table_on_ = o.want_csv;
-        raster_on_ = grid_ && o.want_grid;
-        contours_on_ = raster_on_ && o.want_contours;
-        if (!table_on_ && !raster_on_) {
+        map_ = o.map;
+        plot_ = o.plot;
+        map_metric_ = o.map_metric.empty() ? (cumulative ? "DNL" : "LAMAX") : o.map_metric;
+        audible_ = o.event.audible;
+        keep_tif_ = grid_ && o.want_grid;
+        raster_on_ = keep_tif_ || !map_.empty();
+        contours_on_ = keep_tif_ && o.want_contours;
+        if (!table_on_ && !raster_on_ && plot_.empty()) {
             throw RunError(input + ": nothing to write: " +
                            (grid_ ? std::string("--no-csv and --no-grid") : std::string("--no-csv, and a site run gives a table only")),
                            {}, 2);
+        }
+        if (!map_.empty()) {
+            std::string levels;
+            bool found = false;
+            for (const Column& c : columns_) {
+                if (c.kind != ColumnKind::Level) continue;
+                levels += (levels.empty() ? "" : ", ") + c.name;
+                found = found || c.name == map_metric_;
+            }
+            if (!found) throw RunError("--map-metric: expected a metric in dB of this run (" + levels + "), found '" + map_metric_ + "'", {}, 2);
+            const std::string folder = o.case_dir.empty() ? run_folder(result, run.Runout) : o.case_dir;
+            map_case_.title = run.Infofile == "-" ? "" : run.Infofile;
+            map_case_.subtitle = file_part(input);
+            map_case_.terrain = case_file(folder, run.Terrfile);
+            map_case_.sites = case_file(folder, run.Sitefile);
+            map_case_.track = case_file(folder, run.Trackfile);
         }
         contour_ = o.contours;
         if (contours_on_) {
@@ -80,6 +144,21 @@ public:
             gpkg_stage_.begin(gpkg_);
             std::remove(gpkg_stage_.partial().c_str());
         }
+        if (!map_.empty()) map_stage_.begin(map_);
+        if (!plot_.empty()) start_figure();
+        plot_title_ = run.Infofile == "-" ? "" : run.Infofile;
+        plot_subtitle_ = "A-weighted time histories of " + file_part(input);
+    }
+
+    // A site for the plots (a site run with --plot).
+    void plot(const ReceiverHistory& h, const EventMetrics& m) {
+        if (plot_.empty()) return;
+        if (traces_.size() == static_cast<std::size_t>(kSitesPerFigure)) {
+            draw_figure(true);
+            start_figure();
+        }
+        traces_.emplace_back();
+        site_trace(h, m, audible_, traces_.back());
     }
 
     void add(const ReceiverHead& head, const std::vector<double>& row, const std::string& where) {
@@ -92,21 +171,52 @@ public:
         }
     }
 
-    void finish(std::ostream& out) {
+    void finish(std::ostream& out, std::ostream& err) {
         if (raster_on_) raster_.finish();
         if (contours_on_) write_contours(tif_stage_.partial(), gpkg_stage_.partial(), gpkg_, contour_);
+        if (!map_.empty()) {
+            std::vector<std::string> warnings;
+            PictureFormat format = PictureFormat::Png;
+            picture_format(map_, format);
+            draw_noise_map(tif_stage_.partial(), map_metric_, map_case_, map_stage_.partial(), map_, format, warnings);
+            for (const std::string& w : warnings) err << "tracknoise-metrics: warning: " << w << "\n";
+        }
+        if (!plot_.empty()) draw_figure(false);
         if (table_on_) table_.file().close();
-        StagedFile::commit_together({&table_.file().stage(), &tif_stage_, &gpkg_stage_});
+        if (!keep_tif_) tif_stage_.abandon();
+        std::vector<StagedFile*> files{&table_.file().stage(), &tif_stage_, &gpkg_stage_, &map_stage_};
+        for (const auto& f : figures_) files.push_back(f.get());
+        StagedFile::commit_together(files);
         if (table_on_) out << "Wrote " << csv_ << " (" << count_ << " receivers)\n";
-        if (raster_on_) {
+        if (keep_tif_) {
             const LatticePlacement& p = raster_.placement();
             out << "Wrote " << tif_ << " (" << (block_.Iilast - block_.Iifirst + 1) << " x " << (block_.Jjlast - block_.Jjfirst + 1)
                 << " positions, spacing " << metres(std::fabs(p.dx)) << " x " << metres(std::fabs(p.dy)) << " m)\n";
         }
         if (contours_on_) out << "Wrote " << gpkg_ << "\n";
+        if (!map_.empty()) out << "Wrote " << map_ << " (map of " << map_metric_ << ")\n";
+        for (std::size_t k = 0; k < figures_.size(); ++k) out << "Wrote " << figures_[k]->name() << " (" << figure_sites_[k] << ")\n";
     }
 
 private:
+    void start_figure() {
+        figures_.push_back(std::make_unique<StagedFile>());
+        figures_.back()->begin(figure_name(plot_, static_cast<int>(figures_.size())));
+        traces_.clear();
+    }
+
+    // The figure of the sites collected; `more`: another figure follows.
+    void draw_figure(bool more) {
+        StagedFile& f = *figures_.back();
+        PictureFormat format = PictureFormat::Png;
+        picture_format(plot_, format);
+        std::string names;
+        for (const SiteTrace& t : traces_) names += (names.empty() ? "" : ", ") + t.name;
+        const std::string sub = figures_.size() > 1 || more ? plot_subtitle_ + ", figure " + std::to_string(figures_.size()) : plot_subtitle_;
+        draw_site_plot(traces_, plot_title_, sub, audible_, f.partial(), f.name(), format);
+        figure_sites_.push_back(traces_.empty() ? "no site" : names);
+    }
+
     bool grid_;
     GridBlock block_;
     std::vector<Column> columns_;
@@ -117,13 +227,21 @@ private:
     StagedFile tif_stage_, gpkg_stage_;
     MetricRaster raster_;
     long count_ = 0;
+    std::string map_, map_metric_, plot_, plot_title_, plot_subtitle_;
+    bool keep_tif_ = false;
+    double audible_ = 7.0;
+    MapCase map_case_;
+    StagedFile map_stage_;
+    std::vector<std::unique_ptr<StagedFile>> figures_;
+    std::vector<std::string> figure_sites_;
+    std::vector<SiteTrace> traces_;
 };
 
-void single_event(const MetricsOptions& o, std::ostream& out) {
+void single_event(const MetricsOptions& o, std::ostream& out, std::ostream& err) {
     std::unique_ptr<HistorySource> src = open_result(o.input);
     EventOptions eo = o.event;
     eo.detectability = src->has_detectability();
-    Outputs outputs(o, o.input, src->header(), event_columns(eo));
+    Outputs outputs(o, o.input, src->header(), event_columns(eo), o.input, false);
     ReceiverHistory h;
     EventMetrics m;
     std::vector<double> dt, row;
@@ -131,8 +249,9 @@ void single_event(const MetricsOptions& o, std::ostream& out) {
         event_metrics(h, eo, dt, m);
         event_row(m, eo, row);
         outputs.add(h.head, row, src->where());
+        outputs.plot(h, m);
     }
-    outputs.finish(out);
+    outputs.finish(out, err);
 }
 
 std::string block_text(const GridBlock& b) {
@@ -143,7 +262,7 @@ std::string block_text(const GridBlock& b) {
 // The cumulative metrics: the results of the operations file read side by side, receiver by
 // receiver. Site results hold the same receivers in the same order; grid results the same block,
 // a receiver missing from one of them being passed over by that run (never in range).
-void cumulative(const MetricsOptions& o, std::ostream& out) {
+void cumulative(const MetricsOptions& o, std::ostream& out, std::ostream& err) {
     const std::vector<Operation> ops = read_operations(o.ops);
     std::vector<std::unique_ptr<HistorySource>> src;
     for (const Operation& op : ops) {
@@ -170,7 +289,7 @@ void cumulative(const MetricsOptions& o, std::ostream& out) {
                                  ": the files of one operations list hold the same receivers");
         }
     }
-    Outputs outputs(o, o.ops, first, cumulative_columns(o.cumulative));
+    Outputs outputs(o, o.ops, first, cumulative_columns(o.cumulative), src[0]->name(), true);
 
     std::vector<ReceiverHistory> h(n);
     std::vector<char> has(n);
@@ -227,7 +346,7 @@ void cumulative(const MetricsOptions& o, std::ostream& out) {
         cumulative_row(sums, row);
         outputs.add(head, row, where);
     }
-    outputs.finish(out);
+    outputs.finish(out, err);
 }
 
 }  // namespace
@@ -260,8 +379,8 @@ int run_metrics(const std::vector<std::string>& args, std::ostream& out, std::os
             out << "tracknoise-metrics " << TN_VERSION << "\n";
             return 0;
         }
-        if (o.ops.empty()) single_event(o, out);
-        else cumulative(o, out);
+        if (o.ops.empty()) single_event(o, out, err);
+        else cumulative(o, out, err);
         return 0;
     } catch (const RunError& e) {
         err << "tracknoise-metrics: " << e.what() << "\n";
