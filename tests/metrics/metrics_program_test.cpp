@@ -86,9 +86,11 @@ TEST(MetricsProgram, GridRunGivesAGeoTiffOnTheLattice) {
     const RunResult run = tntest::run({kProgram, dir.path("run.txt")});
     ASSERT_EQ(run.code, 0) << run.err;
 
-    const RunResult r = metrics({dir.path("g.tig")});
+    const RunResult r = metrics({dir.path("g.tig"), "--map", dir.path("g.svg")});
     ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.err, "");   // the map found the case's terrain and trajectory
     EXPECT_TRUE(dir.exists("g.contours.gpkg"));
+    EXPECT_TRUE(holds(dir.read("g.svg"), "<svg"));
     const std::vector<std::string> csv = lines_of(dir.read("g.metrics.csv"));
     ASSERT_EQ(csv.size(), 1u + 16u);
     EXPECT_EQ(csv[0], "site,x,y,lat,lon,LAMAX,TLAMAX,LFMAX,SEL,SEL10,SELF,LAEQ,TA65,TA85,TAUD,PTAUD");
@@ -166,6 +168,11 @@ TEST(MetricsProgram, BadInputStopsWithFileLineAndNoOutput) {
          dir.path("g2.tig") + ":7: expected the grid block of " + dir.path("g1.tig") + " (columns 1 to 2, rows 1 to 1), found columns 1 to 3", "blocks.metrics.csv"},
         {"a count below 0", {"--ops", dir.path("counts.csv")}, 1, dir.path("counts.csv") + ":2: field 3: expected the number of events by evening", "counts.metrics.csv"},
         {"an unknown option", {"--sel", dir.path("a.tis")}, 2, "unknown option '--sel'", "a.metrics.csv"},
+        {"a map of a site run", {dir.path("a.tis"), "--map", dir.path("a.png")}, 1, "a site run has no map", "a.png"},
+        {"plots of a grid run", {dir.path("g1.tig"), "--plot", dir.path("g1.png")}, 1, "--plot draws the time histories of one site run", "g1.png"},
+        {"a picture of another kind", {dir.path("g1.tig"), "--map", dir.path("g1.jpg")}, 2, "--map: expected a picture's name ending in .png or .svg", "g1.metrics.csv"},
+        {"a map of a metric in seconds", {dir.path("g1.tig"), "--map", dir.path("g1.png"), "--map-metric", "TAUD"}, 2,
+         "--map-metric: expected a metric in dB of this run (LAMAX, LFMAX, SEL, SEL10, SELF, LAEQ), found 'TAUD'", "g1.png"},
     };
     for (const auto& c : cases) {
         const RunResult r = metrics(c.args);
@@ -181,4 +188,14 @@ TEST(MetricsProgram, BadInputStopsWithFileLineAndNoOutput) {
         const std::string n = e.path().filename().string();
         EXPECT_TRUE(n.find(".partial") == std::string::npos && n.find(".lock") == std::string::npos) << n;
     }
+}
+
+TEST(MetricsProgram, PlotsOfFiveSitesMakeTwoFigures) {
+    CaseDir dir{"metrics"};
+    dir.write("s.tis", result_text(false, {}, {{"A", 500000, 4000000, 600}, {"B", 500100, 4000000, 610}, {"C", 500200, 4000000, 620},
+                                               {"D", 500300, 4000000, 630}, {"E", 500400, 4000000, 640}}));
+    const RunResult r = metrics({dir.path("s.tis"), "--plot", dir.path("s.png"), "--no-csv"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "Wrote " + dir.path("s.png") + " (A, B, C, D)\nWrote " + dir.path("s-2.png") + " (E)\n");
+    EXPECT_EQ(dir.read("s-2.png").substr(1, 3), "PNG");
 }
