@@ -71,6 +71,48 @@ void Picture::finish() {
     if (st != CAIRO_STATUS_SUCCESS) cairo_failure(name_, st);
 }
 
+std::string shown_text(std::string_view s) {
+    std::string out;
+    for (std::size_t i = 0; i < s.size();) {
+        const auto c = static_cast<unsigned char>(s[i]);
+        if (c < 0x80) {
+            out += c < 32 || c == 127 ? '?' : static_cast<char>(c);
+            ++i;
+            continue;
+        }
+        // The length of a UTF-8 sequence led by c, and whether it is well formed (no overlong
+        // form, no surrogate, nothing beyond U+10FFFF).
+        const std::size_t n = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 0;
+        bool ok = n > 0 && i + n <= s.size();
+        for (std::size_t k = 1; ok && k < n; ++k) ok = (static_cast<unsigned char>(s[i + k]) & 0xC0) == 0x80;
+        if (ok) {
+            const auto d = static_cast<unsigned char>(s[i + 1]);
+            ok = !(c == 0xE0 && d < 0xA0) && !(c == 0xED && d >= 0xA0) && !(c == 0xF0 && d < 0x90) && !(c == 0xF4 && d >= 0x90);
+        }
+        if (ok) {
+            out.append(s.substr(i, n));
+            i += n;
+        } else {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+            ++i;
+        }
+    }
+    return out;
+}
+
+std::string fit_text(cairo_t* cr, const std::string& text, double width) {
+    std::string t = shown_text(text);
+    if (text_width(cr, t) <= width) return t;
+    while (!t.empty()) {
+        // One whole character off the end: its continuation bytes, then its lead byte.
+        while (!t.empty() && (static_cast<unsigned char>(t.back()) & 0xC0) == 0x80) t.pop_back();
+        if (!t.empty()) t.pop_back();
+        if (text_width(cr, t + "\u2026") <= width) break;
+    }
+    return t + "\u2026";
+}
+
 void set_colour(cairo_t* cr, const Rgb& c, double alpha) { cairo_set_source_rgba(cr, c.r, c.g, c.b, alpha); }
 
 void set_font(cairo_t* cr, double size, bool bold) {
@@ -80,7 +122,7 @@ void set_font(cairo_t* cr, double size, bool bold) {
 
 double text_width(cairo_t* cr, const std::string& text) {
     cairo_text_extents_t e;
-    cairo_text_extents(cr, text.c_str(), &e);
+    cairo_text_extents(cr, shown_text(text).c_str(), &e);
     return e.x_advance;
 }
 
@@ -113,7 +155,8 @@ Box text_box(cairo_t* cr, double x, double y, const std::string& text, Align ali
     return place_text(cr, x, y, text, align, middle, halo).box;
 }
 
-Box draw_text(cairo_t* cr, double x, double y, const std::string& text, Align align, const Rgb& colour, bool middle, bool halo) {
+Box draw_text(cairo_t* cr, double x, double y, const std::string& raw, Align align, const Rgb& colour, bool middle, bool halo) {
+    const std::string text = shown_text(raw);
     const Placed p = place_text(cr, x, y, text, align, middle, halo);
     if (halo) {
         cairo_save(cr);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <cairo.h>
@@ -56,6 +57,13 @@ struct Box {
     bool overlaps(const Box& o) const { return x0 < o.x1 && o.x0 < x1 && y0 < o.y1 && o.y0 < y1; }
     bool inside(const Box& o) const { return x0 >= o.x0 && x1 <= o.x1 && y0 >= o.y0 && y1 <= o.y1; }
 };
+
+// Text as cairo takes it, valid UTF-8: valid sequences stay, any other byte is read as Latin-1
+// (names from older files), and control characters become '?'. Every text call below applies it.
+std::string shown_text(std::string_view text);
+
+// `text` shortened with an ellipsis to fit `width` in the current font.
+std::string fit_text(cairo_t* cr, const std::string& text, double width);
 
 void set_colour(cairo_t* cr, const Rgb& c, double alpha = 1.0);
 void set_font(cairo_t* cr, double size, bool bold = false);

@@ -145,7 +145,7 @@ std::vector<unsigned char> hillshade(const std::vector<float>& z, int nx, int ny
     GDALRasterBandH b = GDALGetRasterBand(src, 1);
     if (GDALRasterIO(b, GF_Write, 0, 0, nx, ny, const_cast<float*>(z.data()), nx, ny, GDT_Float32, 0, 0) == CE_None) {
         char** argv = nullptr;
-        for (const char* a : {"-of", "MEM", "-z", "3", "-compute_edges"}) argv = CSLAddString(argv, a);
+        for (const char* a : {"-of", "MEM", "-z", "3"}) argv = CSLAddString(argv, a);
         GDALDEMProcessingOptions* o = GDALDEMProcessingOptionsNew(argv, nullptr);
         CSLDestroy(argv);
         int usage = 0;
@@ -165,7 +165,30 @@ std::vector<unsigned char> hillshade(const std::vector<float>& z, int nx, int ny
 // The hillshade as a shadow over what lies beneath: level ground (the shade GDAL gives a flat
 // patch) leaves it as it is, slopes turned from the light darken it, slopes facing the light
 // brighten it a little.
-void draw_hillshade(cairo_t* cr, const Terrain& t, const MapFrame& f) {
+void draw_hillshade(cairo_t* cr, Terrain t, const MapFrame& f) {
+    // A terrain finer than the picture is averaged over blocks of k by k nodes first.
+    const int k = static_cast<int>(std::floor(1.0 / (std::min(std::hypot(t.eu, t.nu), std::hypot(t.ev, t.nv)) * f.scale)));
+    if (k > 1) {
+        const int mx = t.nx / k, my = t.ny / k;
+        if (mx < 2 || my < 2) return;
+        std::vector<float> z(static_cast<std::size_t>(mx) * static_cast<std::size_t>(my));
+        for (int v = 0; v < my; ++v) {
+            for (int u = 0; u < mx; ++u) {
+                double sum = 0.0;
+                for (int b = 0; b < k; ++b) {
+                    for (int a = 0; a < k; ++a) sum += t.z[static_cast<std::size_t>(v * k + b) * static_cast<std::size_t>(t.nx) + static_cast<std::size_t>(u * k + a)];
+                }
+                z[static_cast<std::size_t>(v) * static_cast<std::size_t>(mx) + static_cast<std::size_t>(u)] = static_cast<float>(sum / (k * k));
+            }
+        }
+        t.z = std::move(z);
+        t.nx = mx;
+        t.ny = my;
+        t.eu *= k;
+        t.nu *= k;
+        t.ev *= k;
+        t.nv *= k;
+    }
     const double du = std::hypot(t.eu, t.nu), dv = std::hypot(t.ev, t.nv);
     const std::vector<unsigned char> s = hillshade(t.z, t.nx, t.ny, du, dv);
     const std::vector<unsigned char> flat = hillshade(std::vector<float>(9, 0.0f), 3, 3, 1.0, 1.0);
@@ -311,17 +334,17 @@ OGRLayerH contour_layer(GDALDatasetH ds, GDALRasterBandH band, const std::vector
 
 // ---- labels ----------------------------------------------------------------------------------
 
-// Text turned by `angle` about its centre (x, y), with a halo, when its box is free; the box is
-// then added to `taken`.
+// Text turned by `angle` about its centre (x, y), with a halo, when its box is free (or `force`);
+// the box is then added to `taken`.
 bool place_label(cairo_t* cr, double x, double y, double angle, const std::string& text, const Rgb& colour, const Box& area,
-                 std::vector<Box>& taken) {
+                 std::vector<Box>& taken, bool force = false) {
     const double w = text_width(cr, text) + 4, h = 13;
     const double c = std::fabs(std::cos(angle)), s = std::fabs(std::sin(angle));
     const double bw = w * c + h * s, bh = w * s + h * c;
     const Box box{x - bw / 2, y - bh / 2, x + bw / 2, y + bh / 2};
-    if (!box.inside(area)) return false;
+    if (!force && !box.inside(area)) return false;
     for (const Box& b : taken) {
-        if (b.overlaps(box)) return false;
+        if (!force && b.overlaps(box)) return false;
     }
     cairo_save(cr);
     cairo_translate(cr, x, y);
@@ -388,27 +411,26 @@ void draw_track(cairo_t* cr, const std::vector<TRAJPOINT>& traj, const MapFrame&
         set_colour(cr, c, a);
         cairo_stroke(cr);
     }
-    // Arrow heads every 160 units of the length inside the map.
-    const auto inside = [&](double x, double y) { return x > area.x0 + 8 && x < area.x1 - 8 && y > area.y0 + 8 && y < area.y1 - 8; };
-    double run = 80.0;
+    // The line keeps later labels (the contours') off itself.
     for (std::size_t i = 1; i < p.size(); ++i) {
-        const double dx = p[i].first - p[i - 1].first, dy = p[i].second - p[i - 1].second, seg = std::hypot(dx, dy);
-        double along = 0.0;
-        while (seg > 0 && along + run <= seg) {
-            along += run;
-            run = 160.0;
-            const double x = p[i - 1].first + dx * along / seg, y = p[i - 1].second + dy * along / seg;
-            if (!inside(x, y)) continue;
-            arrow_head(cr, x, y, std::atan2(dy, dx), 13);
-            set_colour(cr, rgb(0xFFFFFF));
-            cairo_set_line_width(cr, 2.5);
-            cairo_stroke_preserve(cr);
-            set_colour(cr, line);
-            cairo_fill(cr);
+        const double dx = p[i].first - p[i - 1].first, dy = p[i].second - p[i - 1].second;
+        const int n = static_cast<int>(std::hypot(dx, dy) / 8.0) + 1;
+        for (int k = 0; k <= n; ++k) {
+            const double x = p[i - 1].first + dx * k / n, y = p[i - 1].second + dy * k / n;
+            if (x > area.x0 - 8 && x < area.x1 + 8 && y > area.y0 - 8 && y < area.y1 + 8) taken.push_back({x - 4, y - 4, x + 4, y + 4});
         }
-        run -= seg - along;
     }
-    // Times: a round step giving labels about 140 units apart along the track inside the map.
+    const auto inside = [&](double x, double y) { return x > area.x0 + 8 && x < area.x1 - 8 && y > area.y0 + 8 && y < area.y1 - 8; };
+    const auto arrow = [&](double x, double y, double angle) {
+        arrow_head(cr, x, y, angle, 13);
+        set_colour(cr, rgb(0xFFFFFF));
+        cairo_set_line_width(cr, 2.5);
+        cairo_stroke_preserve(cr);
+        set_colour(cr, line);
+        cairo_fill(cr);
+    };
+    // Times: a round step giving marks about 140 units apart along the track inside the map, and
+    // arrow heads halfway between them.
     double len = 0.0, t0 = std::numeric_limits<double>::infinity(), t1 = -t0;
     for (std::size_t i = 0; i < p.size(); ++i) {
         if (!inside(p[i].first, p[i].second)) continue;
@@ -416,29 +438,52 @@ void draw_track(cairo_t* cr, const std::vector<TRAJPOINT>& traj, const MapFrame&
         t1 = std::max(t1, static_cast<double>(traj[i].Time));
         if (i > 0 && inside(p[i - 1].first, p[i - 1].second)) len += std::hypot(p[i].first - p[i - 1].first, p[i].second - p[i - 1].second);
     }
-    if (!(t1 > t0) || len < 100.0) return;
+    if (!(t1 > t0) || len < 100.0) {
+        // No round times to mark (times that do not rise, or little of the track on the map):
+        // arrow heads every 160 units of its length.
+        double run = 80.0;
+        for (std::size_t i = 1; i < p.size(); ++i) {
+            const double dx = p[i].first - p[i - 1].first, dy = p[i].second - p[i - 1].second, seg = std::hypot(dx, dy);
+            double along = 0.0;
+            while (seg > 0 && along + run <= seg) {
+                along += run;
+                run = 160.0;
+                const double x = p[i - 1].first + dx * along / seg, y = p[i - 1].second + dy * along / seg;
+                if (inside(x, y)) arrow(x, y, std::atan2(dy, dx));
+            }
+            run -= seg - along;
+        }
+        return;
+    }
     const double step = nice_step(t1 - t0, std::max(1, static_cast<int>(len / 140.0)));
     set_font(cr, 11);
-    for (std::size_t i = 1; i < p.size(); ++i) {
-        const double ta = traj[i - 1].Time, tb = traj[i].Time;
-        if (!(tb > ta)) continue;
-        for (double t = std::ceil(ta / step) * step; t < tb || (i + 1 == p.size() && t <= tb); t += step) {
-            const double r = (t - ta) / (tb - ta);
-            const double x = p[i - 1].first + r * (p[i].first - p[i - 1].first), y = p[i - 1].second + r * (p[i].second - p[i - 1].second);
-            if (!inside(x, y)) continue;
-            // The label beside the track, on its left looking along it (or on its right when taken).
+    for (const bool marks : {false, true}) {
+        const double offset = marks ? 0.0 : 0.5;
+        for (std::size_t i = 1; i < p.size(); ++i) {
+            const double ta = traj[i - 1].Time, tb = traj[i].Time;
+            if (!(tb > ta)) continue;
             const double ang = std::atan2(p[i].second - p[i - 1].second, p[i].first - p[i - 1].first);
-            cairo_arc(cr, x, y, 3.2, 0, 2 * M_PI);
-            set_colour(cr, rgb(0xFFFFFF));
-            cairo_fill_preserve(cr);
-            set_colour(cr, line);
-            cairo_set_line_width(cr, 1.4);
-            cairo_stroke(cr);
-            const std::string text = num(t) + " s";
-            const double off = 13.0 + 0.5 * text_width(cr, text) * std::fabs(std::sin(ang));
-            for (const double side : {-1.0, 1.0}) {
-                const double lx = x + side * off * std::sin(ang), ly = y - side * off * std::cos(ang);
-                if (place_label(cr, lx, ly, 0.0, text, line, area, taken)) break;
+            for (double t = (std::ceil(ta / step - offset) + offset) * step; t < tb || (i + 1 == p.size() && t <= tb); t += step) {
+                const double r = (t - ta) / (tb - ta);
+                const double x = p[i - 1].first + r * (p[i].first - p[i - 1].first), y = p[i - 1].second + r * (p[i].second - p[i - 1].second);
+                if (!inside(x, y)) continue;
+                if (!marks) {
+                    arrow(x, y, ang);
+                    continue;
+                }
+                cairo_arc(cr, x, y, 3.2, 0, 2 * M_PI);
+                set_colour(cr, rgb(0xFFFFFF));
+                cairo_fill_preserve(cr);
+                set_colour(cr, line);
+                cairo_set_line_width(cr, 1.4);
+                cairo_stroke(cr);
+                // The time beside the track, on the other side when that is taken.
+                const std::string text = num(t) + " s";
+                const double off = 13.0 + 0.5 * text_width(cr, text) * std::fabs(std::sin(ang));
+                for (const double side : {-1.0, 1.0}) {
+                    const double lx = x + side * off * std::sin(ang), ly = y - side * off * std::cos(ang);
+                    if (place_label(cr, lx, ly, 0.0, text, line, area, taken)) break;
+                }
             }
         }
     }
@@ -573,7 +618,7 @@ MapFrame draw_noise_map(const std::string& raster, const std::string& metric, co
             OGR_F_Destroy(ft);
         }
     }
-    if (has_terrain) draw_hillshade(cr, terrain, f);
+    if (has_terrain) draw_hillshade(cr, std::move(terrain), f);
     std::vector<std::pair<std::vector<std::pair<double, double>>, double>> contour_lines;
     if (lines) {
         OGR_L_ResetReading(lines);
@@ -609,12 +654,17 @@ MapFrame draw_noise_map(const std::string& raster, const std::string& metric, co
         cairo_stroke(cr);
         cairo_arc(cr, x, y, 1.6, 0, 2 * M_PI);
         cairo_fill(cr);
-        const std::string text = s->Name.str();
+        const std::string text = fit_text(cr, s->Name.str(), 220);
         const double w = text_width(cr, text) + 4;
-        const double spots[4][2] = {{x + 8 + w / 2, y - 9}, {x - 8 - w / 2, y - 9}, {x + 8 + w / 2, y + 11}, {x - 8 - w / 2, y + 11}};
+        // Beside the marker, else a little further off; a name that finds no free place is set
+        // beside the marker all the same.
+        const double spots[8][2] = {{x + 8 + w / 2, y - 9},  {x - 8 - w / 2, y - 9},  {x + 8 + w / 2, y + 11}, {x - 8 - w / 2, y + 11},
+                                    {x + 6 + w / 2, y - 16}, {x - 6 - w / 2, y - 16}, {x + 6 + w / 2, y + 18}, {x - 6 - w / 2, y + 18}};
+        bool placed = false;
         for (const auto& sp : spots) {
-            if (place_label(cr, sp[0], sp[1], 0.0, text, kInk, area, taken)) break;
+            if ((placed = place_label(cr, sp[0], sp[1], 0.0, text, kInk, area, taken))) break;
         }
+        if (!placed) place_label(cr, spots[0][0], spots[0][1], 0.0, text, kInk, area, taken, true);
     }
     set_font(cr, 11);
     for (const auto& [pts, level] : contour_lines) label_line(cr, pts, num(level), 420.0, area, taken);
@@ -649,10 +699,12 @@ MapFrame draw_noise_map(const std::string& raster, const std::string& metric, co
 
     // Title.
     set_font(cr, 19, true);
-    draw_text(cr, f.left, 32, c.title.empty() ? metric + " map" : c.title, Align::Left, kInk);
+    draw_text(cr, f.left, 32, fit_text(cr, c.title.empty() ? metric + " map" : c.title, f.width - f.left - 16), Align::Left, kInk);
     set_font(cr, 13);
     const std::string what = describe(metric);
-    draw_text(cr, f.left, 56, metric + (what.empty() ? "" : ", " + what) + ", " + metric_unit(metric) + (c.subtitle.empty() ? "" : "  \u00b7  " + c.subtitle),
+    draw_text(cr, f.left, 56,
+              fit_text(cr, metric + (what.empty() ? "" : ", " + what) + ", " + metric_unit(metric) + (c.subtitle.empty() ? "" : "  \u00b7  " + c.subtitle),
+                       f.width - f.left - 16),
               Align::Left, kGrey);
 
     // The column on the right: key, symbols, north arrow, scale bar, zone.

@@ -5,8 +5,9 @@
 // The map is drawn in the UTM plane of the metric's GeoTIFF, east to the right and grid north up.
 // Its area is the grid's lattice (half a spacing beyond the outer positions) and the named sites,
 // with a margin. Class bands and contour lines come from GDAL's contour generator run on the
-// GeoTIFF: the levels stand at the lattice positions and the bands reach from the outermost
-// positions inwards; positions without a value (nodata) are left white.
+// GeoTIFF: the levels stand at the lattice positions, the bands cover the lattice's cells (half a
+// spacing beyond the outer positions), and the cells of positions without a value (nodata) are
+// left white.
 //
 // Classes: 5 dB wide, coloured in the customary order of noise zones of ISO 1996-2:1987 (as in
 // DIN 18005-2): light green, green, dark green, yellow, ochre, orange, cinnabar, carmine, lilac

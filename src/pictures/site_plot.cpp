@@ -90,7 +90,7 @@ void draw_panel(cairo_t* cr, const SiteTrace& s, const PlotPanel& p, double tste
     set_colour(cr, kInk);
     cairo_stroke(cr);
     set_font(cr, 13, true);
-    draw_text(cr, p.left, p.top - 9, s.name, Align::Left, kInk);
+    draw_text(cr, p.left, p.top - 9, fit_text(cr, s.name, p.right - p.left), Align::Left, kInk);
 
     cairo_save(cr);
     cairo_rectangle(cr, p.left, p.top, p.right - p.left, p.bottom - p.top);
@@ -202,9 +202,9 @@ std::vector<PlotPanel> draw_site_plot(const std::vector<SiteTrace>& sites, const
     cairo_t* cr = pic.cr();
 
     set_font(cr, 19, true);
-    draw_text(cr, 24, 32, title, Align::Left, kInk);
+    draw_text(cr, 24, 32, fit_text(cr, title, width - 48), Align::Left, kInk);
     set_font(cr, 13);
-    draw_text(cr, 24, 56, subtitle, Align::Left, kGrey);
+    draw_text(cr, 24, 56, fit_text(cr, subtitle, width - 48), Align::Left, kGrey);
     // Legend.
     double x = 24;
     const double y = 84;

@@ -123,7 +123,7 @@ TEST(Pictures, SitePlotShadesTheDetectableStretchAndMarksLamax) {
     a.lamax = 80.0;
     a.tlamax = 5.0;
     tn::SiteTrace b = a;
-    b.name = "South";
+    b.name = "S\xFC" "d";   // Latin-1, as older site files hold it
     b.level.assign(11, NAN);   // never in range
     b.audible.assign(11, 0);
     b.lamax = b.tlamax = NAN;
