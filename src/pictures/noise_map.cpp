@@ -81,7 +81,7 @@ struct Terrain {
 bool load_terrain(const std::string& file, Terrain& t, std::vector<std::string>& warnings) {
     if (file.empty()) return false;
     if (!file_exists(file)) {
-        warnings.push_back(file + ": the terrain file does not exist: the map has no hillshade");
+        warnings.push_back(file + ": the terrain file does not exist: the map has no hillshade (--case-dir names the folder of the case's files)");
         return false;
     }
     GRIDHEAD head;
@@ -226,7 +226,7 @@ std::vector<TRAJPOINT> load_track(const std::string& file, std::vector<std::stri
     std::vector<TRAJPOINT> traj;
     if (file.empty()) return traj;
     if (!file_exists(file)) {
-        warnings.push_back(file + ": the trajectory file does not exist: the map has no ground track");
+        warnings.push_back(file + ": the trajectory file does not exist: the map has no ground track (--case-dir names the folder of the case's files)");
         return traj;
     }
     TextFile unit(file);
@@ -252,7 +252,7 @@ std::vector<SITEREC> load_sites(const std::string& file, int zone, std::vector<s
     std::vector<SITEREC> sites;
     if (file.empty()) return sites;
     if (!file_exists(file) || file.size() > 255) {
-        warnings.push_back(file + (file.size() > 255 ? ": the site file's name is longer than 255 characters" : ": the site file does not exist") +
+        warnings.push_back(file + (file.size() > 255 ? ": the site file's name is longer than 255 characters" : ": the site file does not exist (--case-dir names the folder of the case's files)") +
                            ": the map shows no sites");
         return sites;
     }

@@ -196,7 +196,7 @@ std::vector<PlotPanel> draw_site_plot(const std::vector<SiteTrace>& sites, const
     const bool clock = t0 >= 3600.0;
 
     const int n = static_cast<int>(sites.size());
-    const int cols = n > 1 ? 2 : 1, rows = (n + cols - 1) / cols;
+    const int cols = n > 1 ? 2 : 1, rows = std::max(1, (n + cols - 1) / cols);
     const double width = 1200, cell_w = (width - 40) / cols, cell_h = 310, head = 112;
     Picture pic(path, name, format, static_cast<int>(width), static_cast<int>(head + rows * cell_h + 24));
     cairo_t* cr = pic.cr();
@@ -219,14 +219,20 @@ std::vector<PlotPanel> draw_site_plot(const std::vector<SiteTrace>& sites, const
     set_colour(cr, kPeak);
     cairo_fill(cr);
     x = draw_text(cr, x + 16, y, "LAMAX", Align::Left, kInk, true).x1 + 26;
-    dashed_line(cr, x, x + 30, y);
-    x = draw_text(cr, x + 38, y, "ambient level of the site's class", Align::Left, kInk, true).x1 + 26;
+    if (std::any_of(sites.begin(), sites.end(), [](const SiteTrace& s) { return std::isfinite(s.ambient); })) {
+        dashed_line(cr, x, x + 30, y);
+        x = draw_text(cr, x + 38, y, "ambient level of the site's class", Align::Left, kInk, true).x1 + 26;
+    }
     cairo_rectangle(cr, x, y - 8, 30, 16);
     set_colour(cr, kAudible);
     cairo_fill(cr);
     draw_text(cr, x + 38, y, "detectable: detectability \u2265 " + short_text(audible) + " dB",
               Align::Left, kInk, true);
 
+    if (sites.empty()) {
+        set_font(cr, 13);
+        draw_text(cr, 24, head + 40, "The result holds no computed site.", Align::Left, kGrey);
+    }
     std::vector<PlotPanel> panels;
     const double tstep = nice_step(t1 - t0, 6);
     for (int k = 0; k < n; ++k) {
