@@ -34,6 +34,7 @@ constexpr Rgb kZone[11] = {rgb(0xC6E8A4), rgb(0x8CCB67), rgb(0x3B9644), rgb(0xFF
 constexpr double kScaleBottom = 35.0;   // upper level of the lowest class before any shift
 const Rgb kInk = rgb(0x202020);
 const Rgb kGrey = rgb(0x606060);
+const Rgb kTrack = rgb(0x111111);
 
 std::string num(double v) {
     char buf[32];
@@ -61,7 +62,7 @@ std::string describe(const std::string& m) {
     return {};
 }
 
-// The upper level of the scale's top class for values up to `hi`.
+// How far the scale moves up (in 5 dB steps) for its top class to hold `hi`.
 double scale_shift(double hi) {
     const double top = (std::floor(hi / 5.0) + 1.0) * 5.0;   // top of the class holding hi
     return std::max(0.0, top - (kScaleBottom + 50.0));
@@ -383,6 +384,27 @@ void label_line(cairo_t* cr, const std::vector<std::pair<double, double>>& p, co
     }
 }
 
+// The marker of a named site, and the dot of a time on the track.
+void site_marker(cairo_t* cr, double x, double y) {
+    cairo_arc(cr, x, y, 5, 0, 2 * M_PI);
+    set_colour(cr, rgb(0xFFFFFF));
+    cairo_fill_preserve(cr);
+    cairo_set_line_width(cr, 2);
+    set_colour(cr, kInk);
+    cairo_stroke(cr);
+    cairo_arc(cr, x, y, 1.6, 0, 2 * M_PI);
+    cairo_fill(cr);
+}
+
+void time_dot(cairo_t* cr, double x, double y) {
+    cairo_arc(cr, x, y, 3.2, 0, 2 * M_PI);
+    set_colour(cr, rgb(0xFFFFFF));
+    cairo_fill_preserve(cr);
+    set_colour(cr, kTrack);
+    cairo_set_line_width(cr, 1.4);
+    cairo_stroke(cr);
+}
+
 // An arrow head at (x, y) pointing along `angle`.
 void arrow_head(cairo_t* cr, double x, double y, double angle, double size) {
     cairo_save(cr);
@@ -400,7 +422,7 @@ void arrow_head(cairo_t* cr, double x, double y, double angle, double size) {
 // travel, and the times of a few points (round times, far enough apart) with their dots.
 void draw_track(cairo_t* cr, const std::vector<TRAJPOINT>& traj, const MapFrame& f, const Box& area, std::vector<Box>& taken) {
     if (traj.size() < 2) return;
-    const Rgb line = rgb(0x111111);
+    const Rgb line = kTrack;
     std::vector<std::pair<double, double>> p;
     for (const TRAJPOINT& t : traj) p.emplace_back(f.px(t.x), f.py(t.y));
     for (const auto& [w, c, a] : {std::tuple{5.5, rgb(0xFFFFFF), 0.85}, std::tuple{2.2, line, 1.0}}) {
@@ -471,12 +493,7 @@ void draw_track(cairo_t* cr, const std::vector<TRAJPOINT>& traj, const MapFrame&
                     arrow(x, y, ang);
                     continue;
                 }
-                cairo_arc(cr, x, y, 3.2, 0, 2 * M_PI);
-                set_colour(cr, rgb(0xFFFFFF));
-                cairo_fill_preserve(cr);
-                set_colour(cr, line);
-                cairo_set_line_width(cr, 1.4);
-                cairo_stroke(cr);
+                time_dot(cr, x, y);
                 // The time beside the track, on the other side when that is taken.
                 const std::string text = num(t) + " s";
                 const double off = 13.0 + 0.5 * text_width(cr, text) * std::fabs(std::sin(ang));
@@ -646,14 +663,7 @@ MapFrame draw_noise_map(const std::string& raster, const std::string& metric, co
     set_font(cr, 12, true);
     for (const SITEREC* s : shown) {
         const double x = f.px(s->x), y = f.py(s->y);
-        cairo_arc(cr, x, y, 5, 0, 2 * M_PI);
-        set_colour(cr, rgb(0xFFFFFF));
-        cairo_fill_preserve(cr);
-        cairo_set_line_width(cr, 2);
-        set_colour(cr, kInk);
-        cairo_stroke(cr);
-        cairo_arc(cr, x, y, 1.6, 0, 2 * M_PI);
-        cairo_fill(cr);
+        site_marker(cr, x, y);
         const std::string text = fit_text(cr, s->Name.str(), 220);
         const double w = text_width(cr, text) + 4;
         // Beside the marker, else a little further off; a name that finds no free place is set
@@ -740,32 +750,14 @@ MapFrame draw_noise_map(const std::string& raster, const std::string& metric, co
             cairo_move_to(cr, x - 17, yy);
             cairo_line_to(cr, x + 17, yy);
             cairo_set_line_width(cr, 2.2);
-            set_colour(cr, rgb(0x111111));
+            set_colour(cr, kTrack);
             cairo_stroke(cr);
             arrow_head(cr, x + 2, yy, 0.0, 11);
             cairo_fill(cr);
         });
-        symbol_row("time of emission, s", [&](double x, double yy) {
-            cairo_arc(cr, x, yy, 3.2, 0, 2 * M_PI);
-            set_colour(cr, rgb(0xFFFFFF));
-            cairo_fill_preserve(cr);
-            set_colour(cr, rgb(0x111111));
-            cairo_set_line_width(cr, 1.4);
-            cairo_stroke(cr);
-        });
+        symbol_row("time of emission, s", [&](double x, double yy) { time_dot(cr, x, yy); });
     }
-    if (!shown.empty()) {
-        symbol_row("named site", [&](double x, double yy) {
-            cairo_arc(cr, x, yy, 5, 0, 2 * M_PI);
-            set_colour(cr, rgb(0xFFFFFF));
-            cairo_fill_preserve(cr);
-            cairo_set_line_width(cr, 2);
-            set_colour(cr, kInk);
-            cairo_stroke(cr);
-            cairo_arc(cr, x, yy, 1.6, 0, 2 * M_PI);
-            cairo_fill(cr);
-        });
-    }
+    if (!shown.empty()) symbol_row("named site", [&](double x, double yy) { site_marker(cr, x, yy); });
     y += 16;
     draw_north_arrow(cr, panel + 17, y + 16, 40);
     set_font(cr, 11);

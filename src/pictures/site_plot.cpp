@@ -234,7 +234,14 @@ std::vector<PlotPanel> draw_site_plot(const std::vector<SiteTrace>& sites, const
         draw_text(cr, 24, head + 40, "The result holds no computed site.", Align::Left, kGrey);
     }
     std::vector<PlotPanel> panels;
-    const double tstep = nice_step(t1 - t0, 6);
+    double tstep = nice_step(t1 - t0, 6);
+    if (clock) {
+        // Steps that read well on a clock: seconds, minutes, hours.
+        for (const double s : {1, 2, 5, 10, 15, 20, 30, 60, 120, 300, 600, 900, 1200, 1800, 3600, 7200, 10800, 21600, 43200}) {
+            tstep = s;
+            if (s >= (t1 - t0) / 6) break;
+        }
+    }
     for (int k = 0; k < n; ++k) {
         PlotPanel p;
         const double cx = 20 + cell_w * (k % cols), cy = head + cell_h * (k / cols);
