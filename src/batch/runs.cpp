@@ -3,9 +3,11 @@
 #include <cmath>
 #include <string>
 
+#include "batch/program.h"
 #include "batch/receiver_pool.h"
 #include "batch/setup.h"
 #include "environment/sites.h"
+#include "io/clock.h"
 #include "io/errors.h"
 #include "io/fixed_fields.h"
 #include "io/format.h"
@@ -57,6 +59,9 @@ RunHeader run_header(const Session& s, bool grid, const GridBlock& block, long N
     run.Utmzone = cs.Utmzone;
     run.Freq = cs.Freq;
     run.Bandoff = band_offset(cs.Nband, cs.Freq.data());
+    if (grid) lattice_axes(block, cs.Terrhead, run.Xcol, run.Yrow);
+    run.program = program_and_version();
+    run.date = today();
     return run;
 }
 
@@ -122,15 +127,25 @@ bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y) {
     return true;
 }
 
+void lattice_axes(const GridBlock& b, const GRIDHEAD& h, std::vector<float>& Xcol, std::vector<float>& Yrow) {
+    Xcol.clear();
+    Yrow.clear();
+    // The lattice spans the grid from its first node to its last; a count of 1 divides by zero.
+    for (int i = b.Iifirst; i <= b.Iilast; ++i)
+        Xcol.push_back(static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(b.Iicount - 1)) + h.X0);
+    for (int j = b.Jjfirst; j <= b.Jjlast; ++j)
+        Yrow.push_back(static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(b.Jjcount - 1)) + h.Y0);
+}
+
 long GRIDRECV(const GridBlock& b, const CaseState& cs, AmbientRaster& ambient, std::vector<SITEREC>& Recv) {
-    const GRIDHEAD& h = cs.Terrhead;
+    std::vector<float> Xcol, Yrow;
+    lattice_axes(b, cs.Terrhead, Xcol, Yrow);
     std::size_t n = 0;
     for (int i = b.Iifirst; i <= b.Iilast; ++i) {
         for (int j = b.Jjfirst; j <= b.Jjlast; ++j) {
             SITEREC& r = Recv[n++];
-            // The lattice spans the grid from its first node to its last; a count of 1 divides by zero.
-            r.x = static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(b.Iicount - 1)) + h.X0;
-            r.y = static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(b.Jjcount - 1)) + h.Y0;
+            r.x = Xcol[static_cast<std::size_t>(i - b.Iifirst)];
+            r.y = Yrow[static_cast<std::size_t>(j - b.Jjfirst)];
             r.Name = fmt_i(i, 4, 4) + fmt_i(j, 4, 4);
             r.z = FARAWAY(cs.Traj.data(), cs.Npts, cs.Maxdist, r.x, r.y) ? kOutOfRange : kGridReceiverHeight;
             r.Ambclass = cs.Nclass < 2 ? 1 : AMBLOOK(r.x, r.y, cs.Utmzone, cs.Classfile, ambient);
@@ -213,6 +228,7 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
     const float Tstart = static_cast<float>(hours) * 3600.0f + static_cast<float>(minutes) * 60.0f + seconds;
 
     s.run_output = s.Runout.str();
+    run.Tstart = Tstart;
     writer.open(run);
 
     const RcvCase rc = rcv_case(s);

@@ -25,6 +25,11 @@ inline constexpr float kOutOfRange = -1.0e34f;
 // number does not count as within.
 bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y);
 
+// x of each lattice column Iifirst..Iilast and y of each row Jjfirst..Jjlast, UTM metres in single
+// precision: position (i, j) of Iicount by Jjcount spans the terrain grid from its first node to its
+// last. Empty for a span that runs backwards.
+void lattice_axes(const GridBlock& b, const GRIDHEAD& h, std::vector<float>& Xcol, std::vector<float>& Yrow);
+
 // Fills the lattice block of receivers: position (i, j) of Iicount by Jjcount spans the terrain grid
 // from its first node to its last; names "iiiijjjj"; height 1.219215 in range, -1.0e34 beyond;
 // j runs fastest. The ambient class comes from the case's class raster (loaded into `ambient` on
