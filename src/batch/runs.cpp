@@ -28,16 +28,22 @@ int script_int(Session& s, std::string_view rec, int a, int b, const char* what)
     return read_int_columns(s.script, rec, a, b, what);
 }
 
-// The option of a run: "yes" (a table) or "no" (a time-history file). Any other word is refused
-// before a result file is opened.
+// The option of a run: "yes" (a table), "no" (a time-history file) or "CDF" (a NetCDF file). Any
+// other word is refused before a result file is opened.
 void check_option(Session& s, const FixedText<4>& Runopt, long line, const char* command) {
-    if (Runopt == "yes" || Runopt == "no") return;
+    if (Runopt == "yes" || Runopt == "no" || Runopt == "CDF") return;
     std::string msg = "the output option of \"" + std::string(command) + "\" is '" + std::string(Runopt.padded()) +
-                      "' in columns 6-9; valid options are \"yes\" (a .dbf table) and \"no\" (a ";
+                      "' in columns 6-9; valid options are \"yes\" (a .dbf table), \"no\" (a ";
     msg += std::string(command) == "site" ? ".tis" : ".tig";
-    msg += " time-history file)";
-    if (Runopt == "CDF") msg += "; NetCDF results are not written by this program";
+    msg += " time-history file) and \"CDF\" (a .nc NetCDF file)";
     throw file_error(s.script.name(), line, msg);
+}
+
+// The extension of a run's result: ".dbf" for "yes", ".nc" for "CDF", else the time-history one.
+std::string extension(const FixedText<4>& Runopt, const char* time_history) {
+    if (Runopt == "yes") return ".dbf";
+    if (Runopt == "CDF") return ".nc";
+    return time_history;
 }
 
 // What the writer is told of the run before its first receiver.
@@ -158,6 +164,7 @@ std::unique_ptr<ResultWriter> choose_writer(const FixedText<4>& Runopt, const Na
     // A name beginning with "-" gets its file header (or table header and memo blocks) and no rows.
     const bool rows = Runout[0] != '-';
     if (Runopt == "yes") return make_dbf_writer(rows);
+    if (Runopt == "CDF") return make_netcdf_writer();
     return make_time_history_writer(rows, Runout.contains(".tig") || Runout.contains(".tis"));
 }
 
@@ -178,7 +185,7 @@ void grid_run(Session& s) {
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "grid");
 
-    s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tig");
+    s.Runout = s.Runbase.str() + extension(Runopt, ".tig");
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     const long ni = static_cast<long>(b.Iilast) - b.Iifirst + 1;
@@ -207,7 +214,7 @@ void site_run(Session& s) {
     const std::string_view rec = script_line(s, "the output option");
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "site");
-    s.Runout = s.Runbase.str() + (Runopt == "yes" ? ".dbf" : ".tis");
+    s.Runout = s.Runbase.str() + extension(Runopt, ".tis");
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     s.console.list_line("Generating site files");

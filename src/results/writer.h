@@ -65,4 +65,8 @@ std::unique_ptr<ResultWriter> make_time_history_writer(bool sections, bool lines
 // computed ones (none with `records` false, a name beginning with "-").
 std::unique_ptr<ResultWriter> make_dbf_writer(bool records);
 
+// The NetCDF writer (".nc"): one netCDF-4 file after the CF conventions, every receiver of the run
+// in it (those passed over hold fill values). Layout and chunking in src/results/netcdf.h.
+std::unique_ptr<ResultWriter> make_netcdf_writer();
+
 }  // namespace tn

@@ -119,9 +119,10 @@ TEST(Script, ClearStopsOfAWrongScript) {
          run + ":7: unexpected end of file, expected the minutes of the time offset"},
         {"open\n" + ctl + "\ngrid\n" + c.dir.path("g") + "\nii:  1x3\n",
          run + ":5: columns 5-8: expected an integer (Iicount, the receiver columns across the grid), found ' 1x3'"},
-        {"open\n" + ctl + "\nsite\n" + c.dir.path("a") + "\nopt: CDF\n",
-         run + ":5: the output option of \"site\" is 'CDF ' in columns 6-9; valid options are \"yes\""},
-        {"open\n" + ctl + "\nsite\n" + c.dir.path("a") + "\nopt: No\n", "valid options are \"yes\" (a .dbf table) and"},
+        {"open\n" + ctl + "\nsite\n" + c.dir.path("a") + "\nopt: cdf\n",
+         run + ":5: the output option of \"site\" is 'cdf ' in columns 6-9; valid options are \"yes\""},
+        {"open\n" + ctl + "\nsite\n" + c.dir.path("a") + "\nopt: No\n",
+         "valid options are \"yes\" (a .dbf table), \"no\" (a .tis time-history file) and \"CDF\""},
         {"open\n" + ctl + "\nsite\n" + c.dir.path("a") + "\nopt: no\nhrs:    0\nmin:    0\nsec: 1.2.3\n",
          run + ":8: columns 6-11: expected a real number (the seconds of the time offset), found '1.2.3 '"},
     };
