@@ -38,14 +38,14 @@
 // that arrive one after another (rows of one lattice column, or consecutive sites) and one band:
 //   grid  (points, rows, 1) and (points, 1, rows, 1) for level
 //   sites (rows, points) and (rows, points, 1) for level
-// A chunk is thus complete once its receivers have arrived: the writer keeps one stripe of `rows`
-// receivers (all points, all variables), writes it as whole chunks, and starts the next; nothing
-// waits for a later column, HDF5's chunk cache holds nothing for long, and memory depends on N, B
-// and the stripe, never on the size of the lattice. The stripe is also limited to 32 MB, so that a
-// very long trajectory takes fewer rows (one at the least). Both common reads stay small: one
-// receiver's history reads N / points chunks of rows x points values, one point's map reads
-// nx x ny / rows chunks. Chunks are compressed with shuffle and deflate. Counts that do not divide
-// evenly are spread over equal chunks (100 rows: two stripes of 50).
+// A chunk is thus complete once its receivers have arrived: the writer fills one stripe of `rows`
+// receivers (all points, all variables) and hands it to a thread of its own, which writes it as
+// whole chunks (shuffled and deflated) while the next stripe fills. Nothing waits for a later
+// column, HDF5's chunk cache holds nothing, and memory (two stripes, each within 32 MB: a very long
+// trajectory takes fewer rows, one at the least) depends on N and B, never on the size of the
+// lattice. Both common reads stay small: one receiver's history reads N / points chunks of
+// rows x points values, one point's map nx x ny / rows chunks. Counts that do not divide evenly
+// are spread over equal chunks (100 rows: two stripes of 50).
 //
 // Failures: the file is created as NAME.partial (see io/staged_file.h) and renamed over NAME only
 // after the library has closed it complete; a run that fails, or is interrupted, removes the
