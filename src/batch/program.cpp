@@ -43,6 +43,8 @@ int default_threads() {
 
 }  // namespace
 
+std::string program_and_version() { return std::string("tracknoise ") + TN_VERSION; }
+
 void command_loop(Session& s) {
     std::string_view rec;
     while (s.script.next_record(rec) == IoStatus::Ok) {
@@ -87,7 +89,7 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
             return 0;
         }
         if (k > 0 && a == "--version") {
-            out << "tracknoise " << TN_VERSION << '\n';
+            out << program_and_version() << '\n';
             return 0;
         }
         if (k > 0 && (a == "--threads" || a.rfind("--threads=", 0) == 0)) {

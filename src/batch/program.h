@@ -20,6 +20,9 @@ namespace tn {
 // with a failure.
 int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
+// The program's name and version, "tracknoise 0.1.0", as --version prints it.
+std::string program_and_version();
+
 // The command loop over the open script.
 void command_loop(Session& s);
 

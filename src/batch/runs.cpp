@@ -5,9 +5,11 @@
 #include <cstdio>
 #include <string>
 
+#include "batch/program.h"
 #include "batch/receiver_pool.h"
 #include "batch/setup.h"
 #include "environment/sites.h"
+#include "io/clock.h"
 #include "io/errors.h"
 #include "io/fixed_fields.h"
 #include "io/format.h"
@@ -28,16 +30,22 @@ int script_int(Session& s, std::string_view rec, int a, int b, const char* what)
     return read_int_columns(s.script, rec, a, b, what);
 }
 
-// The option of a run: "yes" (a table) or "no" (a time-history file). Any other word is refused
-// before a result file is opened.
+// The option of a run: "yes" (a table), "no" (a time-history file) or "CDF" (a NetCDF file). Any
+// other word is refused before a result file is opened.
 void check_option(Session& s, const FixedText<4>& Runopt, long line, const char* command) {
-    if (Runopt == "yes" || Runopt == "no") return;
+    if (Runopt == "yes" || Runopt == "no" || Runopt == "CDF") return;
     std::string msg = "the output option of \"" + std::string(command) + "\" is '" + std::string(Runopt.padded()) +
-                      "' in columns 6-9; valid options are \"yes\" (a .dbf table) and \"no\" (a ";
+                      "' in columns 6-9; valid options are \"yes\" (a .dbf table), \"no\" (a ";
     msg += std::string(command) == "site" ? ".tis" : ".tig";
-    msg += " time-history file)";
-    if (Runopt == "CDF") msg += "; NetCDF results are not written by this program";
+    msg += " time-history file) and \"CDF\" (a .nc NetCDF file)";
     throw file_error(s.script.name(), line, msg);
+}
+
+// The extension of a run's result: ".dbf" for "yes", ".nc" for "CDF", else the time-history one.
+std::string extension(const FixedText<4>& Runopt, const char* time_history) {
+    if (Runopt == "yes") return ".dbf";
+    if (Runopt == "CDF") return ".nc";
+    return time_history;
 }
 
 // What the writer is told of the run before its first receiver.
@@ -59,6 +67,9 @@ RunHeader run_header(const Session& s, bool grid, const GridBlock& block, long N
     run.Utmzone = cs.Utmzone;
     run.Freq = cs.Freq;
     run.Bandoff = band_offset(cs.Nband, cs.Freq.data());
+    if (grid) lattice_axes(block, cs.Terrhead, run.Xcol, run.Yrow);
+    run.program = program_and_version();
+    run.date = today();
     return run;
 }
 
@@ -178,15 +189,25 @@ bool FARAWAY(const TRAJPOINT* Traj, int Npts, float Maxdist, float x, float y) {
     return true;
 }
 
+void lattice_axes(const GridBlock& b, const GRIDHEAD& h, std::vector<float>& Xcol, std::vector<float>& Yrow) {
+    Xcol.clear();
+    Yrow.clear();
+    // The lattice spans the grid from its first node to its last; a count of 1 divides by zero.
+    for (int i = b.Iifirst; i <= b.Iilast; ++i)
+        Xcol.push_back(static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(b.Iicount - 1)) + h.X0);
+    for (int j = b.Jjfirst; j <= b.Jjlast; ++j)
+        Yrow.push_back(static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(b.Jjcount - 1)) + h.Y0);
+}
+
 long GRIDRECV(const GridBlock& b, const CaseState& cs, AmbientRaster& ambient, std::vector<SITEREC>& Recv) {
-    const GRIDHEAD& h = cs.Terrhead;
+    std::vector<float> Xcol, Yrow;
+    lattice_axes(b, cs.Terrhead, Xcol, Yrow);
     std::size_t n = 0;
     for (int i = b.Iifirst; i <= b.Iilast; ++i) {
         for (int j = b.Jjfirst; j <= b.Jjlast; ++j) {
             SITEREC& r = Recv[n++];
-            // The lattice spans the grid from its first node to its last; a count of 1 divides by zero.
-            r.x = static_cast<float>(i - 1) * ((h.DX * static_cast<float>(h.NX - 1)) / static_cast<float>(b.Iicount - 1)) + h.X0;
-            r.y = static_cast<float>(j - 1) * ((h.DY * static_cast<float>(h.NY - 1)) / static_cast<float>(b.Jjcount - 1)) + h.Y0;
+            r.x = Xcol[static_cast<std::size_t>(i - b.Iifirst)];
+            r.y = Yrow[static_cast<std::size_t>(j - b.Jjfirst)];
             r.Name = fmt_i(i, 4, 4) + fmt_i(j, 4, 4);
             r.z = FARAWAY(cs.Traj.data(), cs.Npts, cs.Maxdist, r.x, r.y) ? kOutOfRange : kGridReceiverHeight;
             r.Ambclass = cs.Nclass < 2 ? 1 : AMBLOOK(r.x, r.y, cs.Utmzone, cs.Classfile, ambient);
@@ -199,6 +220,7 @@ std::unique_ptr<ResultWriter> choose_writer(const FixedText<4>& Runopt, const Na
     // A name beginning with "-" gets its file header (or table header and memo blocks) and no rows.
     const bool rows = Runout[0] != '-';
     if (Runopt == "yes") return make_dbf_writer(rows);
+    if (Runopt == "CDF") return make_netcdf_writer();
     return make_time_history_writer(rows, Runout.contains(".tig") || Runout.contains(".tis"));
 }
 
@@ -220,7 +242,7 @@ void grid_run(Session& s) {
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "grid");
 
-    set_runout(s, base_line, Runopt == "yes" ? ".dbf" : ".tig");
+    set_runout(s, base_line, extension(Runopt, ".tig"));
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     const long ni = static_cast<long>(b.Iilast) - b.Iifirst + 1;
@@ -256,7 +278,7 @@ void site_run(Session& s) {
     const std::string_view rec = script_line(s, "the output option");
     const FixedText<4> Runopt(field(rec, 6, 9));
     check_option(s, Runopt, s.script.record_number(), "site");
-    set_runout(s, base_line, Runopt == "yes" ? ".dbf" : ".tis");
+    set_runout(s, base_line, extension(Runopt, ".tis"));
     const std::unique_ptr<ResultWriter> writer = choose_writer(Runopt, s.Runout);
 
     s.console.list_line("Generating site files");
@@ -277,6 +299,7 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
     const float Tstart = static_cast<float>(hours) * 3600.0f + static_cast<float>(minutes) * 60.0f + seconds;
 
     s.run_output = s.Runout.str();
+    run.Tstart = Tstart;
     writer.open(run);
 
     const RcvCase rc = rcv_case(s);

@@ -170,4 +170,20 @@ void USERTOUTM(const GRIDREF& ref, float X, float Y, float& x, float& y) {
     y = ref.Yuser + b;
 }
 
+std::string utm_crs_wkt(int zone) {
+    if (zone == 0 || zone < -60 || zone > 60) return {};
+    PJ_CONTEXT* ctx = proj_context_create();
+    if (ctx == nullptr) return {};
+    proj_log_level(ctx, PJ_LOG_NONE);
+    const std::string code = "EPSG:" + std::to_string(zone > 0 ? 32600 + zone : 32700 - zone);
+    std::string wkt;
+    if (PJ* crs = proj_create(ctx, code.c_str())) {
+        const char* const one_line[] = {"MULTILINE=NO", nullptr};
+        if (const char* text = proj_as_wkt(ctx, crs, PJ_WKT1_GDAL, one_line)) wkt = text;
+        proj_destroy(crs);
+    }
+    proj_context_destroy(ctx);
+    return wkt;
+}
+
 }  // namespace tn

@@ -19,6 +19,8 @@
 // threads at once.
 #pragma once
 
+#include <string>
+
 #include "geo/grid.h"
 
 namespace tn {
@@ -46,5 +48,11 @@ void UTMTOUSER(const GRIDREF& ref, float x, float y, float& X, float& Y);
 // The inverse form of UTMTOUSER, single precision. Deliberate: both differences take Xr, so it is
 // the inverse only where Xr equals Yr.
 void USERTOUTM(const GRIDREF& ref, float X, float Y, float& x, float& y);
+
+// The coordinate reference system of a UTM zone on WGS 84, as OGC WKT 1 in the form GDAL writes
+// into CF files, with its EPSG code (326zz north, 327zz south: "WGS 84 / UTM zone 33N" is 32633),
+// from PROJ's database. Empty for a zone outside 1 .. 60 and -1 .. -60, or when the database cannot
+// give it.
+std::string utm_crs_wkt(int zone);
 
 }  // namespace tn

@@ -37,6 +37,12 @@ struct RunHeader {
     int Utmzone = 0;
     std::vector<float> Freq;     // the run's band frequencies, Hz
     int Bandoff = 1;             // BANDTAB position of Freq[0]
+    // For a grid: x of each lattice column Iifirst..Iilast and y of each row Jjfirst..Jjlast, UTM
+    // metres, the very floats the receivers were placed at (empty for a block that runs backwards).
+    std::vector<float> Xcol, Yrow;
+    float Tstart = 0.0f;         // the run's time offset, seconds, in every arrival time
+    std::string program;         // the program and its version, "tracknoise 0.1.0"
+    CivilDate date;              // the day of the run (SOURCE_DATE_EPOCH when set)
 };
 
 class ResultWriter {
@@ -58,5 +64,9 @@ std::unique_ptr<ResultWriter> make_time_history_writer(bool sections, bool lines
 // The dBase writer (".dbf" with its ".dbt"): a memo block for every receiver, records for the
 // computed ones (none with `records` false, a name beginning with "-").
 std::unique_ptr<ResultWriter> make_dbf_writer(bool records);
+
+// The NetCDF writer (".nc"): one netCDF-4 file after the CF conventions, every receiver of the run
+// in it (those passed over hold fill values). Layout and chunking in src/results/netcdf.h.
+std::unique_ptr<ResultWriter> make_netcdf_writer();
 
 }  // namespace tn

@@ -16,13 +16,11 @@
 
 #include "io/errors.h"
 #include "io/files.h"
+#include "io/netcdf_lock.h"
 
 namespace tn {
 
 namespace {
-
-// The netCDF C library keeps global tables and is not thread-safe.
-std::mutex netcdf_mutex;
 
 // More values than this in `level` are refused rather than allocated (512 MB of floats).
 constexpr std::size_t kMaxLevels = std::size_t{1} << 27;
@@ -412,7 +410,7 @@ bool covers_whole_turn(const std::vector<float>& azimuth) {
 }  // namespace
 
 void READHEMI(const std::string& path, HEMIREC& rec) {
-    const std::lock_guard<std::mutex> lock(netcdf_mutex);
+    const std::lock_guard<std::mutex> lock(netcdf_mutex());
     const NcReader file(path);
 
     for (const char* d : {"frequency", "azimuth", "polar"}) file.dimension(d);
