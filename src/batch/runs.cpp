@@ -92,7 +92,7 @@ void read_runbase(Session& s, long& line) {
 
 // Runout: the base name and its extension, which must fit in 255 characters; a name that does not
 // stops here, before anything of the run is written.
-void set_runout(Session& s, long base_line, const char* extension) {
+void set_runout(Session& s, long base_line, const std::string& extension) {
     const std::string name = s.Runbase.str() + extension;
     if (name.size() > Name255::size) {
         throw file_error(s.script.name(), base_line,
