@@ -288,7 +288,8 @@ void cumulative(const MetricsOptions& o, std::ostream& out, std::ostream& err) {
         const GridBlock &a = first.block, &b = r.block;
         if (r.grid && (a.Iifirst != b.Iifirst || a.Iilast != b.Iilast || a.Jjfirst != b.Jjfirst || a.Jjlast != b.Jjlast ||
                        a.Iicount != b.Iicount || a.Jjcount != b.Jjcount)) {
-            throw file_error(src[k]->name(), 7,
+            // Line 7 of a time-history file holds the block's columns; a netCDF file has no lines.
+            throw file_error(src[k]->name(), dynamic_cast<const TimeHistoryReader*>(src[k].get()) ? 7 : 0,
                              "expected the grid block of " + src[0]->name() + " (" + block_text(a) + "), found " + block_text(b) +
                                  ": the files of one operations list hold the same receivers");
         }
