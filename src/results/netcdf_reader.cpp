@@ -102,9 +102,15 @@ NetcdfResultReader::NetcdfResultReader(const std::string& path) : path_(path) {
         ncid_ = -1;
         fail(kWhat, std::string("a file the netCDF library cannot read (") + nc_strerror(status) + ")");
     }
-    read_layout();
-    read_header();
-    choose_stripe();
+    try {
+        read_layout();
+        read_header();
+        choose_stripe();
+    } catch (...) {
+        nc_close(ncid_);   // no destructor runs for a constructor that throws
+        ncid_ = -1;
+        throw;
+    }
 }
 
 NetcdfResultReader::~NetcdfResultReader() {
