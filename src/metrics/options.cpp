@@ -60,7 +60,7 @@ std::vector<double> levels_of(const std::string& opt, const std::string& v) {
 }  // namespace
 
 const char* metrics_usage() {
-    return "Usage: tracknoise-metrics [OPTIONS] RESULT.tis|RESULT.tig\n"
+    return "Usage: tracknoise-metrics [OPTIONS] RESULT.tis|RESULT.tig|RESULT.nc\n"
            "       tracknoise-metrics [OPTIONS] --ops OPERATIONS.csv\n"
            "Single-event noise metrics of every receiver of a time-history result, or cumulative metrics of\n"
            "many results (an operations file), as a CSV table and, for grid runs, a GeoTIFF and contours;\n"
@@ -197,7 +197,7 @@ MetricsOptions parse_options(const std::vector<std::string>& args) {
     if (!o.ops.empty()) {
         if (!rest.empty()) throw usage_error("expected no result file beside --ops (the operations file names them), found '" + rest[0] + "'");
     } else {
-        if (rest.empty()) throw usage_error("expected a result file (.tis or .tig) or --ops and an operations file, found none");
+        if (rest.empty()) throw usage_error("expected a result file (.tis, .tig or .nc) or --ops and an operations file, found none");
         if (rest.size() > 1) throw usage_error("expected one result file, found a second: '" + rest[1] + "' (several results: --ops)");
         o.input = rest[0];
     }

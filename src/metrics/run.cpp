@@ -5,7 +5,10 @@
 #include <fstream>
 #include <memory>
 
+#include <unistd.h>
+
 #include "io/errors.h"
+#include "io/files.h"
 #include "io/format.h"
 #include "io/staged_file.h"
 #include "metrics/operations.h"
@@ -17,6 +20,7 @@
 #include "results/metric_raster.h"
 #include "results/metric_table.h"
 #include "results/metrics.h"
+#include "results/netcdf_reader.h"
 #include "results/timehist_reader.h"
 
 #ifndef TN_VERSION
@@ -76,13 +80,13 @@ public:
         tif_ = o.tif.empty() ? base + ".metrics.tif" : o.tif;
         gpkg_ = o.gpkg.empty() ? base + ".contours.gpkg" : o.gpkg;
         if (!grid_ && (!o.tif.empty() || !o.gpkg.empty())) {
-            throw file_error(input, 0, "a site run gives a table only: --tif and --gpkg apply to grid runs (.tig)");
+            throw file_error(input, 0, "a site run gives a table only: --tif and --gpkg apply to grid runs (.tig, .nc)");
         }
         if (!grid_ && !o.map.empty()) {
-            throw file_error(input, 0, "a site run has no map: --map draws a grid run's metric (.tig); a site run's pictures are --plot");
+            throw file_error(input, 0, "a site run has no map: --map draws a grid run's metric (.tig, .nc); a site run's pictures are --plot");
         }
         if (!o.plot.empty() && (grid_ || cumulative)) {
-            throw file_error(input, 0, std::string("--plot draws the time histories of one site run (.tis), found ") +
+            throw file_error(input, 0, std::string("--plot draws the time histories of one site run (.tis, .nc), found ") +
                                            (cumulative ? "an operations file" : "a grid run"));
         }
         table_on_ = o.want_csv;
@@ -284,7 +288,8 @@ void cumulative(const MetricsOptions& o, std::ostream& out, std::ostream& err) {
         const GridBlock &a = first.block, &b = r.block;
         if (r.grid && (a.Iifirst != b.Iifirst || a.Iilast != b.Iilast || a.Jjfirst != b.Jjfirst || a.Jjlast != b.Jjlast ||
                        a.Iicount != b.Iicount || a.Jjcount != b.Jjcount)) {
-            throw file_error(src[k]->name(), 7,
+            // Line 7 of a time-history file holds the block's columns; a netCDF file has no lines.
+            throw file_error(src[k]->name(), dynamic_cast<const TimeHistoryReader*>(src[k].get()) ? 7 : 0,
                              "expected the grid block of " + src[0]->name() + " (" + block_text(a) + "), found " + block_text(b) +
                                  ": the files of one operations list hold the same receivers");
         }
@@ -352,18 +357,20 @@ void cumulative(const MetricsOptions& o, std::ostream& out, std::ostream& err) {
 }  // namespace
 
 std::unique_ptr<HistorySource> open_result(const std::string& path) {
-    char magic[4] = {0, 0, 0, 0};
-    if (std::ifstream f{path, std::ios::binary}) f.read(magic, 4);
-    if (magic[0] == 'C' && magic[1] == 'D' && magic[2] == 'F') {
-        throw file_error(path, 0, "expected a time-history result (.tis or .tig), found a netCDF file: netCDF results cannot be read yet");
+    unsigned char magic[4] = {0, 0, 0, 0};
+    {
+        const int fd = open_input_file(path);   // a missing file, a folder, a device or a pipe stops here
+        const ssize_t got = ::read(fd, magic, sizeof magic);
+        ::close(fd);
+        if (got < 0) throw file_error(path, 0, "cannot read the file");
     }
-    if (magic[0] == '\x89' && magic[1] == 'H' && magic[2] == 'D' && magic[3] == 'F') {
-        throw file_error(path, 0, "expected a time-history result (.tis or .tig), found a netCDF-4 file: netCDF results cannot be read yet");
+    if ((magic[0] == 'C' && magic[1] == 'D' && magic[2] == 'F') || (magic[0] == 0x89 && magic[1] == 'H' && magic[2] == 'D' && magic[3] == 'F')) {
+        return std::make_unique<NetcdfResultReader>(path);
     }
-    if (magic[0] == '\x83') {
+    if (magic[0] == 0x83) {
         throw file_error(path, 0,
-                         "expected a time-history result (.tis or .tig), found a dBase table: tables hold no detectability; "
-                         "run the case with the output option 'no' for a time history");
+                         "expected a time-history result (.tis, .tig or .nc), found a dBase table: tables hold no detectability; "
+                         "run the case with the output option 'no' or 'CDF'");
     }
     return std::make_unique<TimeHistoryReader>(path);
 }
