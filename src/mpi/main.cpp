@@ -49,8 +49,8 @@ const char* const kUsage =
     "files are the same, byte for byte, as those of tracknoise; rank 0 writes them and the console.\n"
     "  --threads T   receivers computed at once by each process (default: the cores of its machine\n"
     "                shared among the job's processes there, at most the cores it is bound to)\n"
-    "  --stats       after each spread run, rank 0 reports blocks, messages, bytes and writing time\n"
-    "                on standard error\n"
+    "  --stats       at the start and the end of each spread run, rank 0 reports its timing, blocks,\n"
+    "                messages, bytes, processor time of writing and memory on standard error\n"
     "  --help        this text\n"
     "  --version     the program's version\n";
 
@@ -192,6 +192,7 @@ void end_on_worker(Comm& comm, int rc, const std::string& err, bool stopped) {
 int main(int argc, char** argv) {
     int provided = 0;
     MPI_Init_thread(&argc, &argv, MPI_THREAD_FUNNELED, &provided);
+    const double started = MPI_Wtime();
     if (provided < MPI_THREAD_FUNNELED) {
         std::cerr << kName << ": the MPI library cannot be used beside threads (MPI_THREAD_FUNNELED)\n";
         MPI_Abort(MPI_COMM_WORLD, 1);
@@ -216,7 +217,7 @@ int main(int argc, char** argv) {
         if (comm.rank() == 0) {
             std::ios::sync_with_stdio(false);
             tn::install_interrupt_handlers(kName);
-            tn::mpi::SpreadRunner runner(comm, stats, std::cerr);
+            tn::mpi::SpreadRunner runner(comm, stats, std::cerr, started);
             setting.runner = &runner;
             const int rc = tn::run_program(args, std::cout, std::cerr, setting);
             std::cout.flush();
@@ -228,7 +229,7 @@ int main(int argc, char** argv) {
             std::streambuf* const out_before = std::cout.rdbuf(&nothing);
             std::streambuf* const err_before = std::cerr.rdbuf(&nothing);
             std::ostringstream err;
-            tn::mpi::SpreadRunner runner(comm, false, quiet);
+            tn::mpi::SpreadRunner runner(comm, false, quiet, started);
             setting.runner = &runner;
             const int rc = tn::run_program(args, quiet, err, setting);
             end_on_worker(comm, rc, err.str(), runner.stopped());

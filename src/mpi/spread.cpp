@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
+#include <sys/resource.h>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -27,6 +29,20 @@ constexpr long kMaxBlock = 64;
 
 // Bytes of a receiver's results as they travel: some 40 per point and a head.
 double receiver_bytes(int Npts) { return 160.0 + 44.0 * (Npts > 0 ? Npts : 0); }
+
+// Processor time of the calling thread, seconds: the cost of writing, whatever else the machine does.
+double thread_seconds() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
+}
+
+// Largest resident memory of this process so far, MB.
+double peak_megabytes() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return static_cast<double>(u.ru_maxrss) / 1024.0;
+}
 
 RunError protocol_fault(const std::string& what) {
     return RunError("internal fault of the job's messages: " + what + "; please report it");
@@ -186,14 +202,23 @@ void SpreadRunner::end_run(const PoolRun& run) {
 void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
     const auto started = std::chrono::steady_clock::now();
     const Traffic traffic_before = comm_.traffic;
+    if (stats_) {
+        std::ostringstream line;
+        line.precision(4);
+        line << "stats: run " << run_no_ << ": receivers " << run.first << " to " << run.last << " spread from "
+             << MPI_Wtime() - started_ << " s after the start (set-up, receivers and in-order start)\n";
+        log_ << line.str() << std::flush;
+    }
     const int nranks = comm_.size();
     const int threads = std::max(1, run.threads);
     const long count = run.last - run.first + 1;
     // Blocks out at once: each worker one per thread and one waiting; rank 0 one per thread.
     const long depth = threads + 1;
     const long out_at_once = static_cast<long>(nranks - 1) * depth + threads;
-    const long window =
-        std::max(2 * out_at_once, static_cast<long>(kWindowBytes / receiver_bytes(run.rc->Npts)));
+    // Receivers that may be handed out ahead of the next one to be written: the memory budget, but
+    // never fewer than one for every thread of the job (with fewer, threads would stand idle).
+    const long window = std::max(static_cast<long>(nranks) * threads,
+                                 static_cast<long>(kWindowBytes / receiver_bytes(run.rc->Npts)));
     const long max_block = std::clamp(window / (2 * out_at_once), 1L, kMaxBlock);
     const long workers_total = static_cast<long>(nranks) * threads;
 
@@ -205,6 +230,8 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
     std::map<long, std::string> done;   // finished blocks by their first receiver
     std::exception_ptr local_error;
     bool halt = false;
+    bool writing_due = false;   // the next block in order is here to be written
+    int computing = 0;          // rank 0's own threads computing a block
     std::atomic<bool> stop_flag{false};
     long blocks = 0;
 
@@ -262,10 +289,13 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                     std::unique_lock<std::mutex> lock(m);
                     space.wait(lock, [&] {
                         if (halt || next_assign > run.last) return true;
+                        // While there is writing to do, it keeps a core of rank 0's to itself.
+                        if (writing_due && computing >= threads - 1) return false;
                         b = claim();
                         return !b.empty();
                     });
                     if (b.empty()) return;
+                    ++computing;
                 }
                 std::string bytes;
                 try {
@@ -278,6 +308,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                 }
                 {
                     std::lock_guard<std::mutex> lock(m);
+                    --computing;
                     done.emplace(b.first, std::move(bytes));
                 }
                 finished.notify_all();
@@ -328,11 +359,16 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                     std::lock_guard<std::mutex> lock(m);
                     if (local_error) std::rethrow_exception(local_error);
                     const auto it = done.find(next_emit);
-                    if (it == done.end()) break;
+                    const bool was_due = writing_due;
+                    writing_due = it != done.end();
+                    if (!writing_due) {
+                        if (was_due) space.notify_all();
+                        break;
+                    }
                     bytes = std::move(it->second);
                     done.erase(it);
                 }
-                const auto t0 = std::chrono::steady_clock::now();
+                const double t0 = thread_seconds();
                 std::size_t pos = 0;
                 std::uint64_t rn = 0;
                 Block b;
@@ -347,7 +383,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                                          std::to_string(b.last) + " came damaged");
                 }
                 apply_block_end(end, run.shared);
-                writing += std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+                writing += thread_seconds() - t0;
                 {
                     std::lock_guard<std::mutex> lock(m);
                     next_emit = b.last + 1;
@@ -381,8 +417,9 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
         line.precision(4);
         line << "stats: run " << run_no_ << ": " << count << " receivers in " << blocks << " blocks on " << nranks
              << " processes x " << threads << " threads (window " << window << ", largest block " << max_block
-             << "); " << wall << " s, of which writing " << writing << " s; messages " << (in_msgs + out_msgs) / n
-             << " per receiver; bytes received " << in_bytes / n << " per receiver, " << in_bytes / 1e6 << " MB\n";
+             << "); " << wall << " s; writing took " << writing << " s of processor time; messages " << (in_msgs + out_msgs) / n
+             << " per receiver; bytes received " << in_bytes / n << " per receiver, " << in_bytes / 1e6
+             << " MB; rank 0's peak memory " << peak_megabytes() << " MB\n";
         log_ << line.str() << std::flush;
     }
 }

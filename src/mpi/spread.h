@@ -5,6 +5,9 @@
 // at the end, so that every process stays busy however the costs of receivers differ), computes
 // blocks itself on its own threads, takes the finished blocks back in receiver order and writes
 // them; the other ranks compute the blocks they are given on their threads and send the results.
+// Writing is the one part that does not spread: while blocks wait to be written, one of rank 0's
+// threads leaves its core to the writing (with one thread, rank 0 computes only when there is
+// nothing to write).
 // At most a window of finished receivers waits at rank 0 to be written (some 256 MB of results),
 // so that its memory does not grow with the number of receivers.
 //
@@ -38,8 +41,10 @@ public:
 
 class SpreadRunner final : public ReceiverRunner {
 public:
-    // `stats`: after every spread run, rank 0 writes its counts to `log`.
-    SpreadRunner(Comm& comm, bool stats, std::ostream& log) : comm_(comm), stats_(stats), log_(log) {}
+    // `stats`: at the start and the end of every spread run, rank 0 writes its counts to `log`;
+    // `started`: MPI_Wtime at the start of the program.
+    SpreadRunner(Comm& comm, bool stats, std::ostream& log, double started)
+        : comm_(comm), stats_(stats), log_(log), started_(started) {}
     void run(PoolRun& run, bool order, const ComputeInOrder& in_order, const EmitReceiver& emit) override;
 
     // A worker's failure met by rank 0: what the worker said, with where it ran.
@@ -60,6 +65,7 @@ private:
     Comm& comm_;
     bool stats_;
     std::ostream& log_;
+    double started_;
     std::uint64_t run_no_ = 0;
     std::vector<bool> ready_;   // rank 0: the workers that have come to the current run
     bool stopped_ = false;
