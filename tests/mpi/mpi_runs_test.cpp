@@ -95,7 +95,8 @@ void copy_flyover(CaseDir& dir) {
 }
 
 // Receivers on a column of not-a-number heights take the height kept from the receiver before: the
-// first run goes in order; the second leaves that column out and is spread.
+// first run goes in order; the second keeps clear of that column and the cells beside it, and is
+// spread.
 void kept_height_case(CaseDir& dir) {
     dir.write_grid("t.grd", "ZALT", 11, 11, 100.0f, 500000.0f, 4000000.0f, 11, [](int i, int j) {
         return i == 6 ? std::numeric_limits<float>::quiet_NaN() : 20.0f * static_cast<float>(i + j);
@@ -105,13 +106,13 @@ void kept_height_case(CaseDir& dir) {
                           {4, 501500, 4000500, 600, 90, 0, 100, 80, 0}});
     dir.write_source("s.lst", "s.tab", {500.0f, 1000.0f, 2000.0f}, [](int b, int a) { return 80.0f + b + 0.1f * a; });
     dir.write_control("c.ctl", {"t.grd", "-", "-", "track.trj", "-", "-", "s.lst"});
-    dir.write("run.txt", "open\nc.ctl\n" + grid_block("g", 11, 1, 11, "no") + grid_block("h", 11, 7, 11, "no"));
+    dir.write("run.txt", "open\nc.ctl\n" + grid_block("g", 11, 1, 11, "no") + grid_block("h", 11, 8, 11, "no"));
 }
 
 // Sources named at every point, relative hemisphere names among them, and a table list in a folder
 // of its own: its first load (by the first receiver in range) moves the working folder, so that the
 // relative names, and the second run's result, are taken from there. The last site sees only the
-// first point: the name it leaves is the one the second run's header shows.
+// first point: the name it leaves is the one the second run's header shows. All runs are spread.
 void named_sources_case(CaseDir& dir) {
     fs::create_directories(dir.dir() / "sources");
     const auto hemisphere = [](int level) {
@@ -128,10 +129,10 @@ void named_sources_case(CaseDir& dir) {
     ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cd sources && ncgen -o a.nc a.cdl").c_str()), 0);
     dir.write_source("sources/t.lst", "t.tab", {500.0f, 630.0f, 800.0f}, [](int b, int a) { return 60.0f + b + 0.2f * a; });
     fs::rename(dir.dir() / "t.tab", dir.dir() / "sources" / "t.tab");
-    dir.write_grid("flat.grd", "ZALT", 11, 11, 1000.0f, 495000.0f, 3995000.0f, 11, [](int i, int j) { return 2.0f * (i + j); });
+    dir.write_grid("flat.grd", "ZALT", 41, 11, 1000.0f, 465000.0f, 3995000.0f, 11, [](int i, int j) { return 2.0f * (i + j); });
     const char* names[] = {"a.nc", "sources/t.lst", "a.nc", "sources/t.lst", "a.nc"};
     std::string t = "Flight track\n\n\n\n\n\n\n\n\n\n\n\nTemp:  59.0\nRelHum: 50.0\nhead\nhead\n";
-    char buf[220];
+    char buf[1024];
     for (int n = 0; n < 5; ++n) {
         std::snprintf(buf, sizeof buf, "%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f \"%s\"\n", 2.0 * n,
                       (n == 0 ? 480000.0 : 499000.0 + 500.0 * n), 4000000.0, 300.0, 90.0, 0.0, 100.0, 80.0, 0.0,
@@ -141,7 +142,7 @@ void named_sources_case(CaseDir& dir) {
     dir.write("track.trj", t);
     std::string sites = "x y z name\n";
     for (int k = 0; k < 11; ++k) sites += std::to_string(497000 + 700 * k) + " 4001000 1.5 'S" + std::to_string(k) + "'\n";
-    sites += "462000 4000000 1.5 'West'\n";
+    sites += "466000 4000000 1.5 'West'\n";
     dir.write("sites.txt", sites);
     dir.write_control("c.ctl", {"flat.grd", "-", "sites.txt", "track.trj", "-", "-", "sources/t.lst"});
     dir.write("run.txt", "open\nc.ctl\nsite\nfirst\nopt: no" + kTime + "site\nsecond\nopt: no" + kTime +
@@ -175,29 +176,34 @@ const SameBytesCase kCases[] = {
     {"weather", weather_case, "run.txt", {"w.tig"}, 1, "TRACKNOISE_NORD2000='" + std::string(TN_NORD_STUB) + "'"},
 };
 
-TEST(MpiRuns, SameBytesAsOneProcess) {
+void PrintTo(const SameBytesCase& c, std::ostream* os) { *os << c.name; }
+
+class SameBytes : public ::testing::TestWithParam<SameBytesCase> {};
+
+TEST_P(SameBytes, AsOneProcess) {
     SKIP_WITHOUT_MPI();
-    for (const SameBytesCase& c : kCases) {
-        SCOPED_TRACE(c.name);
-        CaseDir dir(std::string("mpi_") + c.name);
-        c.make(dir);
-        const Outcome one = in_case(dir, single_command(c.script), c.env);
-        ASSERT_EQ(one.code, 0) << one.err;
-        std::vector<std::string> expected;
-        for (const std::string& r : c.results) {
-            ASSERT_TRUE(dir.exists(r)) << r;
-            expected.push_back(dir.read(r));
-            fs::remove(dir.path(r));
-        }
-        const Outcome many = in_case(dir, mpi_command(3, c.threads, c.script), c.env);
-        ASSERT_EQ(many.code, 0) << many.err;
-        for (std::size_t k = 0; k < c.results.size(); ++k) {
-            EXPECT_TRUE(dir.exists(c.results[k]) && dir.read(c.results[k]) == expected[k]) << c.results[k] << " differs";
-        }
-        // Rank 0's console is the single process's: headings, the progress line in receiver order.
-        EXPECT_EQ(after_first_line(many.out), after_first_line(one.out));
+    const SameBytesCase& c = GetParam();
+    CaseDir dir(std::string("mpi_") + c.name);
+    c.make(dir);
+    const Outcome one = in_case(dir, single_command(c.script), c.env);
+    ASSERT_EQ(one.code, 0) << one.err;
+    std::vector<std::string> expected;
+    for (const std::string& r : c.results) {
+        ASSERT_TRUE(dir.exists(r)) << r;
+        expected.push_back(dir.read(r));
+        fs::remove(dir.path(r));
     }
+    const Outcome many = in_case(dir, mpi_command(3, c.threads, c.script), c.env);
+    ASSERT_EQ(many.code, 0) << many.err;
+    for (std::size_t k = 0; k < c.results.size(); ++k) {
+        EXPECT_TRUE(dir.exists(c.results[k]) && dir.read(c.results[k]) == expected[k]) << c.results[k] << " differs";
+    }
+    // Rank 0's console is the single process's: headings, the progress line in receiver order.
+    EXPECT_EQ(after_first_line(many.out), after_first_line(one.out));
 }
+
+INSTANTIATE_TEST_SUITE_P(MpiRuns, SameBytes, ::testing::ValuesIn(kCases),
+                         [](const ::testing::TestParamInfo<SameBytesCase>& i) { return std::string(i.param.name); });
 
 // A failure: the job ends within the time limit with a non-zero code and one message, and leaves no
 // result file, complete or partial.
