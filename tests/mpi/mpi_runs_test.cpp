@@ -44,10 +44,12 @@ Outcome in_case(const CaseDir& dir, const std::string& command, const std::strin
 // mpirun with `ranks` processes of tracknoise-mpi; `wrapper` (a shell text run as "sh -c", with the
 // program and its arguments behind) may change one process's surroundings. Ends within ten minutes
 // whatever happens, so that a hang fails the test rather than the suite.
-// Under the sanitizers, leaks are not looked for: the MPI library keeps memory to the end.
+// Under the sanitizers, leaks are not looked for: the MPI library keeps memory to the end. Shared
+// memory goes without the single-copy mechanism, which containers often forbid.
 std::string mpi_command(int ranks, int threads, const std::string& script, const std::string& wrapper = "") {
-    std::string cmd = "ASAN_OPTIONS=\"$ASAN_OPTIONS:detect_leaks=0\" timeout -k 10 600 " + std::string(TN_MPIEXEC) +
-                      " --oversubscribe --bind-to none -np " + std::to_string(ranks);
+    std::string cmd = "ASAN_OPTIONS=\"$ASAN_OPTIONS:detect_leaks=0\" OMPI_MCA_btl_vader_single_copy_mechanism=none "
+                      "timeout -k 10 600 " + std::string(TN_MPIEXEC) + " --oversubscribe --bind-to none -np " +
+                      std::to_string(ranks);
     if (::geteuid() == 0) cmd += " --allow-run-as-root";
     if (!wrapper.empty()) cmd += " sh -c '" + wrapper + "\nexec \"$0\" \"$@\"'";
     return cmd + " '" + kBin + "/tracknoise-mpi' --threads " + std::to_string(threads) + " " + script;
