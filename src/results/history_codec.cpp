@@ -122,14 +122,27 @@ void encode_history(const ReceiverHistory& h, std::string& out) {
     int before[kPointColumns];
     for (int c = 0; c < kRowColumns; ++c) before[c] = kMissingTenths;
     before[kRowColumns] = 0;
+    out.reserve(out.size() + h.points.size() * 48);
+    // A point is put together in a buffer of its own and appended at once: this runs for every
+    // point of every receiver.
+    char buf[1 + 4 + kPointColumns * 10];
     for (const HistoryPoint& p : h.points) {
-        out += static_cast<char>(p.in_range ? 1 : 0);
-        put_float(out, p.t);
+        std::size_t n = 0;
+        buf[n++] = static_cast<char>(p.in_range ? 1 : 0);
+        const auto t = bits_of<float, std::uint32_t>(p.t);
+        for (int k = 0; k < 4; ++k) buf[n++] = static_cast<char>((t >> (8 * k)) & 0xFFu);
         for (int c = 0; c < kPointColumns; ++c) {
             const int v = c < kRowColumns ? p.Outrow[c] : p.M;
-            put_signed(out, static_cast<std::int64_t>(v) - before[c]);
+            const std::int64_t d = static_cast<std::int64_t>(v) - before[c];
+            std::uint64_t u = (static_cast<std::uint64_t>(d) << 1) ^ static_cast<std::uint64_t>(d >> 63);
+            while (u >= 0x80u) {
+                buf[n++] = static_cast<char>((u & 0x7Fu) | 0x80u);
+                u >>= 7;
+            }
+            buf[n++] = static_cast<char>(u);
             before[c] = v;
         }
+        out.append(buf, n);
     }
 }
 
@@ -169,7 +182,13 @@ bool decode_history(std::string_view in, std::size_t& pos, ReceiverHistory& h) {
         if (!get_float(in, pos, p.t)) return false;
         for (int c = 0; c < kPointColumns; ++c) {
             std::int64_t d = 0;
-            if (!get_signed(in, pos, d)) return false;
+            if (pos < in.size() && static_cast<unsigned char>(in[pos]) < 0x80u) {
+                // one byte: the common case
+                const auto u = static_cast<unsigned char>(in[pos++]);
+                d = static_cast<std::int64_t>(u >> 1) ^ -static_cast<std::int64_t>(u & 1u);
+            } else if (!get_signed(in, pos, d)) {
+                return false;
+            }
             const std::int64_t v = before[c] + d;
             if (v < INT32_MIN || v > INT32_MAX) return false;
             before[c] = v;
