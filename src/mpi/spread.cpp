@@ -251,6 +251,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
     };
 
     std::vector<long> out(static_cast<std::size_t>(nranks), 0);   // blocks each worker holds
+    std::map<long, std::pair<int, long>> given;   // blocks out at workers: first -> (rank, last)
     const auto refill = [&](int w) {
         while (out[static_cast<std::size_t>(w)] < depth) {
             Block b;
@@ -261,6 +262,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
             if (b.empty()) return;
             comm_.send(w, kAssign, number_bytes({static_cast<std::int64_t>(run_no_), b.first, b.last}));
             ++out[static_cast<std::size_t>(w)];
+            given[b.first] = {w, b.last};
         }
     };
     // The workers' first blocks go out before rank 0's own threads take theirs.
@@ -329,10 +331,13 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                     std::size_t pos = 0;
                     std::uint64_t rn = 0;
                     Block b;
-                    if (!read_block_head(msg.bytes, pos, rn, b) || rn != run_no_) {
-                        throw protocol_fault("a block from rank " + std::to_string(msg.source) + " is not of run " +
-                                             std::to_string(run_no_));
+                    const auto g = read_block_head(msg.bytes, pos, rn, b) && rn == run_no_ ? given.find(b.first)
+                                                                                            : given.end();
+                    if (g == given.end() || g->second != std::make_pair(msg.source, b.last)) {
+                        throw protocol_fault("rank " + std::to_string(msg.source) +
+                                             " sent a block it was not given in run " + std::to_string(run_no_));
                     }
+                    given.erase(g);
                     {
                         std::lock_guard<std::mutex> lock(m);
                         done.emplace(b.first, std::move(msg.bytes));
