@@ -111,37 +111,44 @@ void kept_height_case(CaseDir& dir) {
     dir.write("run.txt", "open\nc.ctl\n" + grid_block("g", 11, 1, 11, "no") + grid_block("h", 11, 8, 11, "no"));
 }
 
+// A hemisphere (CDL text for ncgen) of three bands at `level` dB in every direction.
+std::string flat_hemisphere(int level) {
+    std::string l = std::to_string(level), levels;
+    for (int k = 0; k < 12; ++k) levels += (k ? ", " : "") + l;
+    return "netcdf h {\ndimensions:\n frequency = 3 ;\n azimuth = 2 ;\n polar = 2 ;\nvariables:\n"
+           " float frequency(frequency) ;\n float azimuth(azimuth) ;\n float polar(polar) ;\n"
+           " float level(azimuth, polar, frequency) ;\n :reference_distance = 304.8 ;\ndata:\n"
+           " frequency = 500, 630, 800 ;\n azimuth = 0, 180 ;\n polar = 0, 180 ;\n level = " +
+           levels + " ;\n}\n";
+}
+
+// A trajectory whose points name their sources, point n at time 2n, at the x given, y 4000000,
+// 300 m up. The first name must be a whole path, which says that every point names one.
+void write_named_track(const CaseDir& dir, const std::vector<std::pair<double, std::string>>& points) {
+    std::string t = "Flight track\n\n\n\n\n\n\n\n\n\n\n\nTemp:  59.0\nRelHum: 50.0\nhead\nhead\n";
+    char buf[1024];
+    for (std::size_t n = 0; n < points.size(); ++n) {
+        std::snprintf(buf, sizeof buf, "%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f \"%s\"\n", 2.0 * n,
+                      points[n].first, 4000000.0, 300.0, 90.0, 0.0, 100.0, 80.0, 0.0, points[n].second.c_str());
+        t += buf;
+    }
+    dir.write("track.trj", t);
+}
+
 // Sources named at every point, relative hemisphere names among them, and a table list in a folder
 // of its own: its first load (by the first receiver in range) moves the working folder, so that the
 // relative names, and the second run's result, are taken from there. The last site sees only the
 // first point: the name it leaves is the one the second run's header shows. All runs are spread.
 void named_sources_case(CaseDir& dir) {
     fs::create_directories(dir.dir() / "sources");
-    const auto hemisphere = [](int level) {
-        std::string l = std::to_string(level), levels;
-        for (int k = 0; k < 12; ++k) levels += (k ? ", " : "") + l;
-        return "netcdf h {\ndimensions:\n frequency = 3 ;\n azimuth = 2 ;\n polar = 2 ;\nvariables:\n"
-               " float frequency(frequency) ;\n float azimuth(azimuth) ;\n float polar(polar) ;\n"
-               " float level(azimuth, polar, frequency) ;\n :reference_distance = 304.8 ;\ndata:\n"
-               " frequency = 500, 630, 800 ;\n azimuth = 0, 180 ;\n polar = 0, 180 ;\n level = " +
-               levels + " ;\n}\n";
-    };
-    dir.write("a.cdl", hemisphere(70));
-    dir.write("sources/a.cdl", hemisphere(80));
+    dir.write("a.cdl", flat_hemisphere(70));
+    dir.write("sources/a.cdl", flat_hemisphere(80));
     ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cd sources && ncgen -o a.nc a.cdl").c_str()), 0);
     dir.write_source("sources/t.lst", "t.tab", {500.0f, 630.0f, 800.0f}, [](int b, int a) { return 60.0f + b + 0.2f * a; });
     fs::rename(dir.dir() / "t.tab", dir.dir() / "sources" / "t.tab");
     dir.write_grid("flat.grd", "ZALT", 41, 11, 1000.0f, 465000.0f, 3995000.0f, 11, [](int i, int j) { return 2.0f * (i + j); });
-    const char* names[] = {"a.nc", "sources/t.lst", "a.nc", "sources/t.lst", "a.nc"};
-    std::string t = "Flight track\n\n\n\n\n\n\n\n\n\n\n\nTemp:  59.0\nRelHum: 50.0\nhead\nhead\n";
-    char buf[1024];
-    for (int n = 0; n < 5; ++n) {
-        std::snprintf(buf, sizeof buf, "%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f \"%s\"\n", 2.0 * n,
-                      (n == 0 ? 480000.0 : 499000.0 + 500.0 * n), 4000000.0, 300.0, 90.0, 0.0, 100.0, 80.0, 0.0,
-                      n == 0 ? dir.path("a.nc").c_str() : names[n]);
-        t += buf;
-    }
-    dir.write("track.trj", t);
+    write_named_track(dir, {{480000.0, dir.path("a.nc")}, {499500.0, "sources/t.lst"}, {500000.0, "a.nc"},
+                            {500500.0, "sources/t.lst"}, {501000.0, "a.nc"}});
     std::string sites = "x y z name\n";
     for (int k = 0; k < 11; ++k) sites += std::to_string(497000 + 700 * k) + " 4001000 1.5 'S" + std::to_string(k) + "'\n";
     sites += "466000 4000000 1.5 'West'\n";
@@ -216,22 +223,29 @@ void expect_failed_cleanly(const CaseDir& dir, const Outcome& o, const std::stri
     EXPECT_FALSE(dir.exists(result + ".partial"));
 }
 
+// The case's files copied into bad/, where one process is made to run.
+void copy_to_bad(const CaseDir& dir) {
+    fs::create_directories(dir.dir() / "bad");
+    for (const auto& e : fs::directory_iterator(dir.dir())) {
+        if (e.is_regular_file()) fs::copy(e.path(), dir.dir() / "bad" / e.path().filename());
+    }
+}
+
+const char* const kRank2InBad = "[ \"$OMPI_COMM_WORLD_RANK\" = 2 ] && cd bad";
+
 TEST(MpiRuns, BadInputMetByOneProcessEndsTheJob) {
     SKIP_WITHOUT_MPI();
     CaseDir dir("mpi_bad_input");
     ASSERT_EQ(std::system(("'" + kBin + "/tracknoise-benchcase' '" + dir.dir().string() + "' 20 40 60").c_str()), 0);
     // Rank 2 runs in a copy of the case where a source table has a letter in a level: the run's
     // first receiver in range loads the tables there.
-    fs::create_directories(dir.dir() / "bad");
-    for (const auto& e : fs::directory_iterator(dir.dir())) {
-        if (e.is_regular_file()) fs::copy(e.path(), dir.dir() / "bad" / e.path().filename());
-    }
+    copy_to_bad(dir);
     std::string table = dir.read("bad/b90.tab");
     const std::size_t at = table.find("\nAngle           35.0 ");
     ASSERT_NE(at, std::string::npos);
     table.replace(at + 21, 5, "  x.x");
     dir.write("bad/b90.tab", table);
-    const Outcome o = in_case(dir, mpi_command(3, 1, "bench.run", "[ \"$OMPI_COMM_WORLD_RANK\" = 2 ] && cd bad"));
+    const Outcome o = in_case(dir, mpi_command(3, 1, "bench.run", kRank2InBad));
     expect_failed_cleanly(dir, o, "bench.tig");
     EXPECT_NE(o.err.find("b90.tab:10: columns 21-25"), std::string::npos) << o.err;
     EXPECT_NE(o.err.find("(met by rank 2"), std::string::npos) << o.err;
@@ -243,6 +257,28 @@ TEST(MpiRuns, BadInputMetByOneProcessEndsTheJob) {
     expect_failed_cleanly(dir, all, "x.tig");
     EXPECT_EQ(lines_of(all.err).size() >= 1 && all.err.find("missing.ctl") != std::string::npos, true) << all.err;
     EXPECT_EQ(all.err.find("missing.ctl"), all.err.rfind("missing.ctl")) << all.err;
+}
+
+TEST(MpiRuns, BadInputMetInsideAWorkersBlockEndsTheJob) {
+    SKIP_WITHOUT_MPI();
+    CaseDir dir("mpi_bad_block");
+    // Every point after the first names a hemisphere read from the working folder; no receiver
+    // goes in order, so a process meets the file first inside a block of its own.
+    dir.write("a.cdl", flat_hemisphere(70));
+    ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cp a.nc h.nc").c_str()), 0);
+    dir.write_grid("flat.grd", "ZALT", 11, 11, 1000.0f, 495000.0f, 3995000.0f, 11, [](int, int) { return 10.0f; });
+    write_named_track(dir, {{499000.0, dir.path("a.nc")}, {500000.0, "h.nc"}, {501000.0, "h.nc"}});
+    std::string sites = "x y z name\n";
+    for (int k = 0; k < 30; ++k) sites += std::to_string(496000 + 300 * k) + " 4001000 1.5 'S" + std::to_string(k) + "'\n";
+    dir.write("sites.txt", sites);
+    dir.write_control("c.ctl", {"flat.grd", "-", "sites.txt", "track.trj", "-", "-", dir.path("a.nc")});
+    dir.write("run.txt", "open\nc.ctl\nsite\nout\nopt: no" + kTime);
+    copy_to_bad(dir);
+    dir.write("bad/h.nc", "not a hemisphere\n");
+    const Outcome o = in_case(dir, mpi_command(3, 1, "run.txt", kRank2InBad));
+    expect_failed_cleanly(dir, o, "out.tis");
+    EXPECT_NE(o.err.find("h.nc"), std::string::npos) << o.err;
+    EXPECT_NE(o.err.find("(met by rank 2"), std::string::npos) << o.err;
 }
 
 TEST(MpiRuns, ProcessKilledDuringARunEndsTheJob) {
