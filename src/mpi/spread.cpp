@@ -234,6 +234,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
     int computing = 0;          // rank 0's own threads computing a block
     std::atomic<bool> stop_flag{false};
     long blocks = 0;
+    long own_receivers = 0;     // computed by rank 0's own threads
 
     // The next block, under the lock: guided (a share of what is left), never past the window.
     const auto claim = [&]() -> Block {
@@ -311,6 +312,7 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
                 {
                     std::lock_guard<std::mutex> lock(m);
                     --computing;
+                    own_receivers += b.last - b.first + 1;
                     done.emplace(b.first, std::move(bytes));
                 }
                 finished.notify_all();
@@ -422,8 +424,9 @@ void SpreadRunner::coordinate(PoolRun& run, const EmitReceiver& emit) {
         line.precision(4);
         line << "stats: run " << run_no_ << ": " << count << " receivers in " << blocks << " blocks on " << nranks
              << " processes x " << threads << " threads (window " << window << ", largest block " << max_block
-             << "); " << wall << " s; writing took " << writing << " s of processor time; messages " << (in_msgs + out_msgs) / n
-             << " per receiver; bytes received " << in_bytes / n << " per receiver, " << in_bytes / 1e6
+             << "), " << own_receivers << " of them on rank 0; " << wall << " s; writing took " << writing << " s of processor time; messages " << (in_msgs + out_msgs) / n
+             << " per receiver; bytes received " << in_bytes / std::max(1.0, n - static_cast<double>(own_receivers))
+             << " per receiver computed elsewhere, " << in_bytes / 1e6
              << " MB; rank 0's peak memory " << peak_megabytes() << " MB\n";
         log_ << line.str() << std::flush;
     }
