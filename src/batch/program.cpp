@@ -30,8 +30,8 @@ const char* const kUsage =
     "  --version     the program's version\n";
 
 // The line that tells a failed run's result file was not written.
-std::string not_written(const std::string& name) {
-    std::string line = "tracknoise: " + name + " was not written";
+std::string not_written(const std::string& program, const std::string& name) {
+    std::string line = program + ": " + name + " was not written";
     if (earlier_result_exists(name)) line += " (an earlier " + name + " is unchanged)";
     return line + "\n";
 }
@@ -78,25 +78,28 @@ void command_loop(Session& s) {
     }
 }
 
-int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+                const ProgramSetting& setting) {
+    const std::string& name = setting.name;
+    const std::string usage = setting.usage.empty() ? std::string(kUsage) : setting.usage;
     // Options first; what remains is argument 0, the script, and arguments that are ignored.
     std::vector<std::string> rest;
-    int threads = default_threads();
+    int threads = setting.default_threads > 0 ? setting.default_threads : default_threads();
     for (std::size_t k = 0; k < args.size(); ++k) {
         const std::string& a = args[k];
         if (k > 0 && a == "--help") {
-            out << kUsage;
+            out << usage;
             return 0;
         }
         if (k > 0 && a == "--version") {
-            out << program_and_version() << '\n';
+            out << name << ' ' << TN_VERSION << '\n';
             return 0;
         }
         if (k > 0 && (a == "--threads" || a.rfind("--threads=", 0) == 0)) {
             std::string v;
             if (a == "--threads") {
                 if (k + 1 >= args.size()) {
-                    err << "tracknoise: --threads needs a number\n" << kUsage;
+                    err << name << ": --threads needs a number\n" << usage;
                     return 2;
                 }
                 v = args[++k];
@@ -106,7 +109,7 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
             char* end = nullptr;
             const long n = std::strtol(v.c_str(), &end, 10);
             if (v.empty() || *end != '\0' || n < 1 || n > 1024) {
-                err << "tracknoise: --threads needs a whole number from 1 to 1024, found '" << v << "'\n";
+                err << name << ": --threads needs a whole number from 1 to 1024, found '" << v << "'\n";
                 return 2;
             }
             threads = static_cast<int>(n);
@@ -118,6 +121,8 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
     Session s(out);
     s.threads = threads;
     s.warnings = &err;
+    s.runner = setting.runner;
+    s.writes_results = setting.writes_results;
     // Argument 0 as the 255-character field that holds it.
     const Name255 arg0(rest.empty() ? std::string() : rest[0]);
     const std::string argv0(arg0.trimmed());
@@ -133,7 +138,7 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         s.Dirfile = std::string(s.Exedir.trimmed()) + "/rnd/directories.ini";
 
         check_source_date_epoch();
-        if (rest.size() < 2) throw RunError("no run script given\n" + std::string(kUsage), "Error!!!  No Script File Detected");
+        if (rest.size() < 2) throw RunError("no run script given\n" + usage, "Error!!!  No Script File Detected");
         s.Scriptfile = rest[1];
         s.script.open(rest[1]);
         command_loop(s);
@@ -143,21 +148,21 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
         s.console.end_progress();
         if (!e.console().empty()) out << e.console() << '\n';
         out.flush();
-        err << "tracknoise: " << e.what() << '\n';
-        if (!s.run_output.empty()) err << not_written(s.run_output);
+        err << name << ": " << e.what() << '\n';
+        if (!s.run_output.empty()) err << not_written(name, s.run_output);
         return e.exit_code();
     } catch (const std::bad_alloc&) {
         s.console.end_progress();
         out.flush();
-        err << "tracknoise: out of memory: the case asks for more memory than this machine can give\n";
-        if (!s.run_output.empty()) err << not_written(s.run_output);
+        err << name << ": out of memory: the case asks for more memory than this machine can give\n";
+        if (!s.run_output.empty()) err << not_written(name, s.run_output);
         return 1;
     } catch (const std::exception& e) {
         // Not expected: still a message and a removed partial file rather than an abort.
         s.console.end_progress();
         out.flush();
-        err << "tracknoise: internal error: " << e.what() << '\n';
-        if (!s.run_output.empty()) err << not_written(s.run_output);
+        err << name << ": internal error: " << e.what() << '\n';
+        if (!s.run_output.empty()) err << not_written(name, s.run_output);
         return 1;
     }
 }

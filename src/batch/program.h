@@ -15,10 +15,20 @@
 
 namespace tn {
 
+// How the program runs: alone (the defaults), or as one process of several.
+struct ProgramSetting {
+    std::string name = "tracknoise";     // begins every message and the --version line
+    std::string usage;                   // the --help text; empty: the program's own
+    int default_threads = 0;             // threads without --threads; 0: the number of cores
+    ReceiverRunner* runner = nullptr;    // receivers spread over processes; null: this one alone
+    bool writes_results = true;          // false: this process writes no result file
+};
+
 // Runs the program with its arguments (argument 0 is the program's path). Console output goes to
 // `out`, diagnostics to `err`. Returns the exit code: 0 for a normal end, non-zero for any stop
 // with a failure.
-int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int run_program(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+                const ProgramSetting& setting = {});
 
 // The program's name and version, "tracknoise 0.1.0", as --version prints it.
 std::string program_and_version();

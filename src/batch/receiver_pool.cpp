@@ -135,4 +135,12 @@ void compute_receivers(PoolRun& run, const EmitReceiver& emit) {
     if (failure) std::rethrow_exception(failure);
 }
 
+void run_receivers_here(PoolRun& run, bool order, const ComputeInOrder& in_order, const EmitReceiver& emit) {
+    if (run.threads < 2 || order || !receivers_independent(run)) {
+        for (long idx = run.first; idx <= run.last; ++idx) in_order(idx);
+        return;
+    }
+    compute_receivers(run, emit);
+}
+
 }  // namespace tn

@@ -40,4 +40,23 @@ bool receivers_independent(const PoolRun& run);
 // receiver is thrown after the receivers before it are emitted.
 void compute_receivers(PoolRun& run, const EmitReceiver& emit);
 
+// Computes one receiver with the run's shared values themselves, and emits it.
+using ComputeInOrder = std::function<void(long idx)>;
+
+// How a run computes its receivers first..last once the in-order start of the run (up to the load
+// of its source tables) is behind it: in this process, or spread over processes. Every process of
+// a run calls it alike; receivers are emitted in order, by the process that writes the results,
+// and the shared values (kept height, source name, Reload) end as an in-order run leaves them, in
+// every process. `order`: the receivers must go in order whatever the threads (the weather path,
+// whose library may keep state from call to call).
+class ReceiverRunner {
+public:
+    virtual ~ReceiverRunner() = default;
+    virtual void run(PoolRun& run, bool order, const ComputeInOrder& in_order, const EmitReceiver& emit) = 0;
+};
+
+// This process alone: in order with one thread, with `order`, or when the receivers are not
+// independent; otherwise on run.threads threads.
+void run_receivers_here(PoolRun& run, bool order, const ComputeInOrder& in_order, const EmitReceiver& emit);
+
 }  // namespace tn

@@ -138,6 +138,14 @@ std::string why_no_rows(const Session& s, const RunHeader& run, const std::vecto
     return "no receiver lies within the distance limit of " + number(cs.Maxdist) + " m of the trajectory";
 }
 
+// The writer of a process that writes no results.
+class NoResults final : public ResultWriter {
+public:
+    void open(const RunHeader&) override {}
+    void receiver(const ReceiverHistory&) override {}
+    void finish() override {}
+};
+
 bool ends_in_tig(const Name255& name) {
     const std::string_view t = name.trimmed();
     return t.size() >= 3 && t.substr(t.size() - 3) == "tig";
@@ -287,8 +295,11 @@ void site_run(Session& s) {
     RUNCASE(s, s.cs.Sites, s.cs.Nsites, run, *writer);
 }
 
-void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader& run, ResultWriter& writer) {
+void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader& run, ResultWriter& run_writer) {
     CaseState& cs = s.cs;
+    // A process that writes no results (one of several of a run) hands its receivers to no file.
+    NoResults no_results;
+    ResultWriter& writer = s.writes_results ? run_writer : no_results;
     s.Reload = true;
     std::string_view rec = script_line(s, "the hours of the time offset");
     const int hours = read_int_columns(s.script, rec, 6, 9, "the hours of the time offset");
@@ -298,7 +309,7 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
     const float seconds = read_real_columns(s.script, rec, 6, 11, 3, "the seconds of the time offset");
     const float Tstart = static_cast<float>(hours) * 3600.0f + static_cast<float>(minutes) * 60.0f + seconds;
 
-    s.run_output = s.Runout.str();
+    if (s.writes_results) s.run_output = s.Runout.str();
     run.Tstart = Tstart;
     writer.open(run);
 
@@ -341,12 +352,11 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
     };
 
     // In order while the run's source tables wait to be loaded (the first table evaluation loads
-    // them), and throughout with one thread or with the weather path, whose library may keep state
-    // from call to call.
+    // them; every process of a run does this part itself), then through the runner: in order with
+    // one thread or with the weather path, whose library may keep state from call to call.
     const bool tables = table_evaluation_possible(cs);
-    const bool serial = s.threads < 2 || cs.Usenord;
     long idx = 1;
-    while (idx <= Nrecv && (serial || (tables && (s.Reload || s.kept.srctable.Needload)))) in_order(idx++);
+    while (idx <= Nrecv && tables && (s.Reload || s.kept.srctable.Needload)) in_order(idx++);
     if (idx <= Nrecv) {
         PoolRun pool;
         pool.rc = &rc;
@@ -356,11 +366,8 @@ void RUNCASE(Session& s, std::vector<SITEREC>& receivers, long Nrecv, RunHeader&
         pool.Tstart = Tstart;
         pool.shared = shared;
         pool.threads = s.threads;
-        if (receivers_independent(pool)) {
-            compute_receivers(pool, emit);
-        } else {
-            while (idx <= Nrecv) in_order(idx++);
-        }
+        if (s.runner) s.runner->run(pool, cs.Usenord, in_order, emit);
+        else run_receivers_here(pool, cs.Usenord, in_order, emit);
     }
     writer.finish();
     s.run_output.clear();

@@ -15,6 +15,8 @@
 
 namespace tn {
 
+class ReceiverRunner;
+
 struct Session {
     explicit Session(std::ostream& out) : console(out) {}
 
@@ -29,6 +31,8 @@ struct Session {
 
     TextFile script;            // the run script, open for the whole run
     int threads = 1;            // receivers computed at once
+    ReceiverRunner* runner = nullptr;   // receivers spread over processes; null: this process alone
+    bool writes_results = true;         // false: one of several processes, which writes no file
 
     bool case_open = false;     // an `open` has set up the case
     long open_line = 0;         // script line of that `open`

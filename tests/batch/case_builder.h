@@ -2,6 +2,7 @@
 // trajectories, source lists and tables, site files, control files and run scripts.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -25,6 +26,7 @@ public:
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
         std::string unique = name + "_" + (info ? std::string(info->test_suite_name()) + "_" + info->name() : "x") +
                              "_" + std::to_string(::getpid());
+        std::replace(unique.begin(), unique.end(), '/', '_');   // names of parameterized tests
         dir_ = fs::temp_directory_path() / ("tn_case_" + unique);
         fs::remove_all(dir_);
         fs::create_directories(dir_);
