@@ -38,6 +38,7 @@
 
 #include "ground/flat.h"
 #include "ground/hill.h"
+#include "ground/imptable.h"
 #include "ground/valley.h"
 #include "ground/xzpt.h"
 #include "ground/profpt.h"
@@ -71,6 +72,7 @@ struct GrndWork {
     FLATGEOM flat;
     HILLGEOM hill;
     VALLGEOM valley;
+    IMPTAB imp;                         // impedances of the resistivities met lately
 };
 
 // The path as the ground model sees it.
