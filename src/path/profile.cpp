@@ -1,6 +1,8 @@
 #include "path/profile.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cmath>
 #include <cstring>
 
@@ -45,15 +47,13 @@ int nearest_index(float u, int lo, int hi) {
 
 // The shift a of GRIDSEEK along one axis: trunc((node - x) / step), plus 1 when not negative.
 // Nearly always the position lies within a step of the node and the quotient within (-1, 1), so a
-// is 1; that case is recognised without the division. For step > 0 (and not NaN), fl(p / step) lies
-// in (-1, 1) exactly when |p| < (1 - 2^-25) step: 1 - 2^-25 is the midpoint between the largest float
-// below 1 and 1, and at the midpoint itself the quotient rounds to 1 (ties to even). The product has
-// at most 49 significant bits, so double holds it exactly and the comparison decides as the
-// division would. Anything else (a negative, zero or NaN step, a NaN position) divides as before.
-int seek_shift(float node, float step, float x) {
-    constexpr double kBelowOne = 1.0 - 0x1p-25;
+// is 1; that case is recognised without the division: for floats, |fl(p / step)| < 1 exactly when
+// |p| < step. (If |p| < step, then |p| is at most the float below step, whose quotient by step is
+// at most 1 - 2^-24, a float, so the rounded quotient stays below 1; if |p| >= step, the quotient
+// is at least 1.) Anything else (a step that is not positive, NaN, infinities) divides as before.
+inline int seek_shift(float node, float step, float x) {
     const float p = node - x;
-    if (step > 0.0f && std::abs(static_cast<double>(p)) < kBelowOne * static_cast<double>(step)) return 1;
+    if (std::abs(p) < step) return 1;
     int a = truncated(p / step);
     if (a >= 0) a = a + 1;   // deliberate: within a step of the node, the cell moves one node down
     return a;
@@ -144,6 +144,91 @@ std::size_t ground_index(const GridView& ground, float x, float y) {
     return ground.Z->index(i, j);
 }
 
+// --- Sections on a lattice, many samples at a time ---------------------------------------------
+//
+// On a lattice each axis of a lookup depends on its own coordinate alone, so a section is worked
+// axis by axis over all its samples, in loops without branches that the compiler can run several
+// samples at once (the same IEEE operations, so the same values). Each loop settles the usual case:
+// |u| below 2^23, where the truncation is exact through an int, and the position within a step of
+// its node, where GRIDSEEK shifts the cell by one node without dividing. Any other sample is marked
+// `slow` and worked by the point lookup itself. The tests are made on the floats' bit patterns,
+// whose integer order is the order of the magnitudes of floats that are not NaN: an integer test
+// lets the compiler evaluate both sides of a choice, which a floating-point comparison, that might
+// raise an exception flag, does not.
+
+// |v| as its bit pattern.
+inline std::int32_t abs_bits(float v) { return std::bit_cast<std::int32_t>(v) & 0x7fffffff; }
+constexpr std::int32_t kBits2p23 = 0x4b000000;   // 2^23
+constexpr std::int32_t kBitsInf = 0x7f800000;
+
+// |p| < step, as the comparison of floats gives it: a step that is negative, zero or NaN gives false.
+inline int within_step(float p, float step) {
+    const std::int32_t sb = std::bit_cast<std::int32_t>(step);
+    return (abs_bits(p) < sb) & (sb <= kBitsInf);
+}
+
+// v with every bit cleared unless keep is 1: u itself where it is small, +0.0 elsewhere.
+inline float kept_if(float v, int keep) { return std::bit_cast<float>(std::bit_cast<std::int32_t>(v) & -keep); }
+
+// a if c is 1, b if c is 0, both worked out beforehand.
+inline float choose(int c, float a, float b) {
+    return std::bit_cast<float>((std::bit_cast<std::int32_t>(a) & -c) | (std::bit_cast<std::int32_t>(b) & (c - 1)));
+}
+
+struct AxisSamples {
+    float frac[kProfileSamples];   // terrain: u - trunc(u)
+    int cell[kProfileSamples];     // the index after GRIDSEEK
+    int slow[kProfileSamples];     // 1: not settled here
+};
+
+// One axis of TERRZ for positions x[0 .. n-1]: u = (x - X0)/D, the fraction and the cell
+// trunc(u) + 1 limited to 1 .. N - 1, moved one node down by GRIDSEEK (node i0 is below N, so the
+// local step is node(i0 + 1) - node(i0)).
+void terrain_axis(const float* x, int n, const Axis& a, AxisSamples& o) {
+    for (int k = 0; k < n; ++k) {
+        const float u = (x[k] - a.X0) / a.D;
+        const int small = abs_bits(u) < kBits2p23;
+        const int t = static_cast<int>(kept_if(u, small));
+        o.frac[k] = u - std::copysign(static_cast<float>(t), u);   // std::trunc(u) where small
+        int i0 = t + 1;
+        i0 = i0 < 1 ? 1 : i0;
+        i0 = i0 > a.N - 1 ? a.N - 1 : i0;
+        const float node = a.node(i0);
+        const float step = a.node(i0 + 1) - node;
+        o.slow[k] = (small & within_step(node - x[k], step)) ^ 1;
+        o.cell[k] = i0 - 1 < 1 ? 1 : i0 - 1;
+    }
+}
+
+// One axis of GNDVAL: the nearest node round(u) + 1 (half away from zero) limited to 1 .. N, moved
+// one node down by GRIDSEEK (the local step taken backward from node N).
+void ground_axis(const float* x, int n, const Axis& a, AxisSamples& o) {
+    constexpr std::int32_t kBitsHalf = 0x3f000000;   // 0.5
+    for (int k = 0; k < n; ++k) {
+        const float u = (x[k] - a.X0) / a.D;
+        const int small = abs_bits(u) < kBits2p23;
+        const int t = static_cast<int>(kept_if(u, small));
+        const std::int32_t rb = std::bit_cast<std::int32_t>(u - static_cast<float>(t));   // the fraction
+        const int up = rb >= kBitsHalf;                              // fraction >= 0.5
+        const int down = (rb < 0) & ((rb & 0x7fffffff) >= kBitsHalf);   // fraction <= -0.5
+        int i0 = t + 1 + up - down;
+        i0 = i0 < 1 ? 1 : i0;
+        i0 = i0 > a.N ? a.N : i0;
+        const float node = a.node(i0);
+        const float step = choose(i0 < a.N, a.node(i0 + 1) - node, node - a.node(i0 - 1));
+        o.slow[k] = (small & within_step(node - x[k], step)) ^ 1;
+        int c = i0 - 1;
+        c = c > a.N - 1 ? a.N - 1 : c;
+        o.cell[k] = c < 1 ? 1 : c;
+    }
+}
+
+// Sample positions of a section: src + (rcv - src)/(n - 1) * k, in the order of operations of the
+// point lookups' callers.
+void sample_positions(float src, float step, int n, float* x) {
+    for (int k = 0; k < n; ++k) x[k] = src + step * static_cast<float>(k);
+}
+
 }  // namespace
 
 void GRIDSEEK(int& i, int& j, const FloatGrid& X, const FloatGrid& Y, int NX, int NY, float x, float y) {
@@ -177,23 +262,46 @@ void TERRPROF(const GridView& grid, const float src[2], const float rcv[2], PROF
     const float length = std::sqrt(dx * dx + dy * dy);
     const float s = static_cast<float>(n - 1);
     const int taken = n < kProfileSamples ? n : kProfileSamples;   // never past the section's end
-    const float step_x = dx / s, step_y = dy / s, step_d = length / s;
+    const float step_d = length / s;
+    float xs[kProfileSamples], ys[kProfileSamples];
+    sample_positions(src[0], dx / s, taken, xs);
+    sample_positions(src[1], dy / s, taken, ys);
+    for (int k = 0; k < taken; ++k) out[k].d = step_d * static_cast<float>(k);
+
+    const GRIDHEAD& h = *grid.head;
+    // The axis loops hold indices as ints and node numbers as floats: grids of fewer than 2^23
+    // nodes a side (any that fits in memory).
+    const bool by_axis = grid.lattice && h.NX < (1 << 23) && h.NY < (1 << 23);
+    AxisSamples ax, ay;
     if (kind == 0) {
         // All the cells first, then the heights: the grid reads of many samples are then under way
         // at once instead of one after another.
-        TerrainCell cells[kProfileSamples];
-        for (int k = 0; k < taken; ++k) {
-            const float m = static_cast<float>(k);
-            cells[k] = terrain_cell(grid, src[0] + step_x * m, src[1] + step_y * m);
-            out[k].d = step_d * m;
+        if (by_axis) {
+            terrain_axis(xs, taken, Axis{h.X0, h.DX, h.NX}, ax);
+            terrain_axis(ys, taken, Axis{h.Y0, h.DY, h.NY}, ay);
         }
-        for (int k = 0; k < taken; ++k) out[k].v = terrain_value(*grid.Z, cells[k], kept);
-    } else {
-        const float* values = grid.Z->v.data();
         for (int k = 0; k < taken; ++k) {
-            const float m = static_cast<float>(k);
-            out[k].d = step_d * m;
-            out[k].v = values[ground_index(grid, src[0] + step_x * m, src[1] + step_y * m)];
+            if (by_axis && !(ax.slow[k] | ay.slow[k])) continue;
+            const TerrainCell c = terrain_cell(grid, xs[k], ys[k]);
+            ax.cell[k] = c.i;
+            ay.cell[k] = c.j;
+            ax.frac[k] = c.fu;
+            ay.frac[k] = c.fv;
+        }
+        for (int k = 0; k < taken; ++k)
+            out[k].v = terrain_value(*grid.Z, TerrainCell{ax.cell[k], ay.cell[k], ax.frac[k], ay.frac[k]}, kept);
+    } else {
+        const FloatGrid& values = *grid.Z;
+        if (by_axis) {
+            ground_axis(xs, taken, Axis{h.X0, h.DX, h.NX}, ax);
+            ground_axis(ys, taken, Axis{h.Y0, h.DY, h.NY}, ay);
+            for (int k = 0; k < taken; ++k) {
+                const std::size_t at = (ax.slow[k] | ay.slow[k]) ? ground_index(grid, xs[k], ys[k])
+                                                                 : values.index(ax.cell[k], ay.cell[k]);
+                out[k].v = values.v[at];
+            }
+        } else {
+            for (int k = 0; k < taken; ++k) out[k].v = values.v[ground_index(grid, xs[k], ys[k])];
         }
     }
 }
