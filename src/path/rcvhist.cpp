@@ -127,18 +127,15 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
             PATHEFFECT(cs.path, wsrc, wrcv, Nband, cs.Freq, Gterm, *shared.kept_height, work.path);
 
             const float S = 20.0f * std::log10(Rref / Rslant);
-            float E1 = 0.0f, E2 = 0.0f, E3 = 0.0f, E4 = 0.0f;
+            // The energy sums with ground, A-weighted (E1) and flat (E2). The free-field pair of
+            // sums that goes with them reaches no result, and is not formed.
+            float E1 = 0.0f, E2 = 0.0f;
             for (int i = 0; i < Nband; ++i) {
                 Levfree[i] = (Srcspec[i] - cs.Absdb[i] * Rslant) + S;
                 Levtot[i] = Levfree[i] + Gterm[i];
                 E1 += std::pow(10.0f, (Levtot[i] + cs.Wgt[i]) * 0.1f);
                 E2 += std::pow(10.0f, Levtot[i] * 0.1f);
-                E3 += std::pow(10.0f, (Levfree[i] + cs.Wgt[i]) * 0.1f);
-                E4 += std::pow(10.0f, Levfree[i] * 0.1f);
             }
-            // The free-field pair (E3, E4) is formed all the same and goes nowhere.
-            (void)E3;
-            (void)E4;
             aw_ground = 10.0f * std::log10(E1);
             flat_ground = 10.0f * std::log10(E2);
         } else {
