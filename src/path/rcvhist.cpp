@@ -78,6 +78,14 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
     const float Cspeed = std::sqrt(cs.Tfahr + 459.0f) * 49.1f / 3.2808f;
     const int Bandoff = cs.Bandoff;
 
+    // What the detectability takes from the site's ambient, from its tenths, once for all points.
+    DETECTAMB amb;
+    {
+        float ambient[24];
+        for (int k = 1; k <= 24; ++k) ambient[k - 1] = static_cast<float>(Ambrow[8 + k]) / 10.0f;
+        DETECTPREP(ambient, amb);
+    }
+
     const bool Ptsrc = cs.Npts > 0 && cs.Traj[0].Ptsrc;
     float Rref = 0.0f;
     float Rslant = 0.0f;
@@ -155,15 +163,10 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
         Outrow[1] = tenths(aw_ground);
         for (int i = 1; i <= Nband; ++i) Outrow[i + Bandoff] = tenths(Levtot[i - 1]);
 
-        // Detectability over the site's ambient, from the truncated tenths.
-        float signal[24], ambient[24];
-        for (int k = 1; k <= 24; ++k) {
-            signal[k - 1] = static_cast<float>(Outrow[8 + k]) / 10.0f;
-            ambient[k - 1] = static_cast<float>(Ambrow[8 + k]) / 10.0f;
-        }
+        // Detectability over the site's ambient, from the truncated tenths of bands 17 to 40.
         int Kbest = 0;
         float Dbest = 0.0f, Dtotal = 0.0f;
-        DETECT(signal, ambient, Kbest, Dbest, Dtotal);
+        DETECTROW(&Outrow[9], amb, Kbest, Dbest, Dtotal);
         int M = machine_nint(10.0f * std::log10(Dtotal));
         if (M >= 9999) M = 9999;
         if (M <= -999) M = -999;
