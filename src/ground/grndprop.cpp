@@ -169,6 +169,16 @@ void MIXAPPLY(const MIXWT& m, float ASoft, float AHard, float& AMix) {
     AMix = num / m.den;
 }
 
+void MIXAPPLYN(const MIXWT& m, const float* ASoft, const float* AHard, int n, float* AMix) {
+    for (int j = 0; j < n; ++j) AMix[j] = 0.0f;   // the sums
+    for (int i = 0; i < m.N; ++i) {
+        const float w = m.wt[i];
+        const float* A = m.hard[i] ? AHard : ASoft;
+        for (int j = 0; j < n; ++j) AMix[j] = AMix[j] + w * A[j];
+    }
+    for (int j = 0; j < n; ++j) AMix[j] = AMix[j] / m.den;
+}
+
 void MIXGND(const float* GndX, const float* HardFlag, int N, float Hs, float Hr, float ASoft, float AHard,
             float& AMix) {
     MIXWT m;
@@ -327,18 +337,18 @@ void GRNDPROP(const GroundSection& path, char Mode, int Nband, const float* Freq
         const SPHZD *zdHard = nullptr, *zdSoft = nullptr;
         if (hardPass) impedances(SigmaHard, zHard, zdHard);
         if (nsoft > 0) impedances(SigmaSoft, zSoft, zdSoft);
+        // The levels of every band first, then the blend of all bands at once.
+        float AHard[IMPTAB::kMaxBands] = {}, ASoft[IMPTAB::kMaxBands] = {}, AMix[IMPTAB::kMaxBands];
         for (int j = 0; j < nb; ++j) {
             const float f = Freq[j0 + j];
-            float AHard = 0.0f, ASoft = 0.0f;
-            if (hardPass) {
-                AHard = run(f, j, zHard, zdHard);
-                Single = AHard;
-            }
-            if (nsoft > 0) {
-                ASoft = run(f, j, zSoft, zdSoft);
-                Single = ASoft;
-            }
-            if (mixed) MIXAPPLY(work.mix, ASoft, AHard, Single);
+            if (hardPass) AHard[j] = run(f, j, zHard, zdHard);
+            if (nsoft > 0) ASoft[j] = run(f, j, zSoft, zdSoft);
+        }
+        if (mixed) MIXAPPLYN(work.mix, ASoft, AHard, nb, AMix);
+        for (int j = 0; j < nb; ++j) {
+            if (hardPass) Single = AHard[j];
+            if (nsoft > 0) Single = ASoft[j];
+            if (mixed) Single = AMix[j];
             Gterm[j0 + j] = Single;
         }
     }
