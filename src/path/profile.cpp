@@ -148,10 +148,10 @@ std::size_t ground_index(const GridView& ground, float x, float y) {
 //
 // On a lattice each axis of a lookup depends on its own coordinate alone, so a section is worked
 // axis by axis over all its samples, in loops without branches that the compiler can run several
-// samples at once (the same IEEE operations, so the same values). Each loop settles the usual case:
-// |u| below 2^23, where the truncation is exact through an int, and the position within a step of
-// its node, where GRIDSEEK shifts the cell by one node without dividing. Any other sample is marked
-// `slow` and worked by the point lookup itself. The tests are made on the floats' bit patterns,
+// samples at once (the same IEEE operations, so the same values). Each loop settles the usual
+// cases: |u| below 2^23, where the truncation is exact through an int, and a position within a step
+// of its node or off the grid beyond its first or last node, where GRIDSEEK's cell follows without
+// dividing (seek_settled). Any other sample is marked `slow` and worked by the point lookup itself. The tests are made on the floats' bit patterns,
 // whose integer order is the order of the magnitudes of floats that are not NaN: an integer test
 // lets the compiler evaluate both sides of a choice, which a floating-point comparison, that might
 // raise an exception flag, does not.
@@ -161,19 +161,40 @@ inline std::int32_t abs_bits(float v) { return std::bit_cast<std::int32_t>(v) & 
 constexpr std::int32_t kBits2p23 = 0x4b000000;   // 2^23
 constexpr std::int32_t kBitsInf = 0x7f800000;
 
-// |p| < step, as the comparison of floats gives it: a step that is negative, zero or NaN gives false.
-inline int within_step(float p, float step) {
+// 1 if a < b, else 0, for ints whose difference does not overflow: the sign of a - b. (Written so,
+// the comparison stays an int in the vector loops, where a boolean of another width stops them.)
+inline int less(int a, int b) { return static_cast<int>(static_cast<std::uint32_t>(a - b) >> 31); }
+
+// a if c is 1, b if c is 0, both worked out beforehand.
+inline int choose(int c, int a, int b) { return (a & -c) | (b & (c - 1)); }
+inline float choose(int c, float a, float b) {
+    return std::bit_cast<float>(choose(c, std::bit_cast<std::int32_t>(a), std::bit_cast<std::int32_t>(b)));
+}
+
+// GRIDSEEK along one axis from the starting index i0 (1 .. N) at node `node` with local step `step`,
+// p = node - x, where the outcome follows without dividing (seek_shift): within a step of the node
+// the cell is i0 - 1; a position a step or more below the node (p >= step) moves the cell down by
+// at least 2, so from an i0 of at most 2 to 1, as i0 - 1 limited to 1 gives it too; one a step or
+// more above it (p <= -step) moves the cell up, so from an i0 of at least N - 1 to N - 1 (positions
+// off the grid). Each limited to 1 .. N - 1. Returns 0 where none of these holds, or the step is not
+// positive and finite: the lookup itself decides there.
+inline int seek_settled(float p, float step, int i0, int N, int& cell) {
     const std::int32_t sb = std::bit_cast<std::int32_t>(step);
-    return (abs_bits(p) < sb) & (sb <= kBitsInf);
+    const std::int32_t pa = abs_bits(p);
+    const int valid = (sb > 0) & (sb < kBitsInf);
+    const int within = pa < sb;                          // |p| < step
+    const int beyond = (pa >= sb) & (pa <= kBitsInf);    // |p| >= step, p not NaN
+    const int above = std::bit_cast<std::int32_t>(p) < 0;
+    const int to_first = beyond & (above ^ 1) & less(i0, 3);   // i0 <= 2
+    const int to_last = beyond & above & less(N - 2, i0);      // i0 >= N - 1
+    const int c = i0 - 1 < 1 ? 1 : i0 - 1;               // i0 is at most N
+    cell = choose(to_last, N - 1, c);
+    return valid & (within | to_first | to_last);
 }
 
 // v with every bit cleared unless keep is 1: u itself where it is small, +0.0 elsewhere.
 inline float kept_if(float v, int keep) { return std::bit_cast<float>(std::bit_cast<std::int32_t>(v) & -keep); }
 
-// a if c is 1, b if c is 0, both worked out beforehand.
-inline float choose(int c, float a, float b) {
-    return std::bit_cast<float>((std::bit_cast<std::int32_t>(a) & -c) | (std::bit_cast<std::int32_t>(b) & (c - 1)));
-}
 
 // The axis loops are built twice with GCC on x86-64, for the baseline's four floats at a time and
 // for AVX2's eight, and the processor's own picks one when the program starts. Only the width of
@@ -204,8 +225,7 @@ TN_AXIS_CLONES void terrain_axis(const float* x, int n, const Axis& a, AxisSampl
         i0 = i0 > a.N - 1 ? a.N - 1 : i0;
         const float node = a.node(i0);
         const float step = a.node(i0 + 1) - node;
-        o.slow[k] = (small & within_step(node - x[k], step)) ^ 1;
-        o.cell[k] = i0 - 1 < 1 ? 1 : i0 - 1;
+        o.slow[k] = (small & seek_settled(node - x[k], step, i0, a.N, o.cell[k])) ^ 1;
     }
 }
 
@@ -225,10 +245,7 @@ TN_AXIS_CLONES void ground_axis(const float* x, int n, const Axis& a, AxisSample
         i0 = i0 > a.N ? a.N : i0;
         const float node = a.node(i0);
         const float step = choose(i0 < a.N, a.node(i0 + 1) - node, node - a.node(i0 - 1));
-        o.slow[k] = (small & within_step(node - x[k], step)) ^ 1;
-        int c = i0 - 1;
-        c = c > a.N - 1 ? a.N - 1 : c;
-        o.cell[k] = c < 1 ? 1 : c;
+        o.slow[k] = (small & seek_settled(node - x[k], step, i0, a.N, o.cell[k])) ^ 1;
     }
 }
 
