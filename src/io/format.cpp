@@ -90,6 +90,60 @@ int fixed_digits(double a, int d, char* buf) {
 
 void append_i(std::string& out, long long v, int w) { append_i_m(out, v, w, 1); }
 
+namespace {
+
+// The four characters of I4 for every value from -999 to 9999, worked out once when the program is
+// built: a level row is 35 such fields (-999 marks "not computed"), and a copy of four bytes is far
+// cheaper than the digits by hand.
+constexpr int kI4First = -999;
+constexpr int kI4Last = 9999;
+struct I4Table {
+    char c[kI4Last - kI4First + 1][4];
+};
+constexpr I4Table make_i4_table() {
+    I4Table t{};
+    for (int v = kI4First; v <= kI4Last; ++v) {
+        char* f = t.c[v - kI4First];
+        for (int k = 0; k < 4; ++k) f[k] = ' ';
+        int mag = v < 0 ? -v : v;
+        int at = 3;
+        do {
+            f[at--] = static_cast<char>('0' + mag % 10);
+            mag /= 10;
+        } while (mag != 0);
+        if (v < 0) f[at] = '-';
+    }
+    return t;
+}
+constexpr I4Table kI4 = make_i4_table();
+
+}  // namespace
+
+char* put_i(char* out, long long v, int w) {
+    if (w == 4 && v >= kI4First && v <= kI4Last) {
+        std::memcpy(out, kI4.c[v - kI4First], 4);
+        return out + 4;
+    }
+    if (w <= 0) return out;
+    char buf[32];
+    char* const end = buf + sizeof buf;
+    char* p = end;
+    unsigned long long mag = v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
+    do {
+        *--p = static_cast<char>('0' + mag % 10);
+        mag /= 10;
+    } while (mag != 0);
+    if (v < 0) *--p = '-';
+    const int len = static_cast<int>(end - p);
+    if (len > w) {
+        std::memset(out, '*', static_cast<std::size_t>(w));
+    } else {
+        std::memset(out, ' ', static_cast<std::size_t>(w - len));
+        std::memcpy(out + (w - len), p, static_cast<std::size_t>(len));
+    }
+    return out + w;
+}
+
 void append_f(std::string& out, double v, int w, int d) {
     if (w <= 0) return;
     if (std::isnan(v)) {

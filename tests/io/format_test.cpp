@@ -40,6 +40,18 @@ TEST(FormatI, WidthsLeadingZerosAndAsterisks) {
         EXPECT_EQ(c.m < 0 ? fmt_i(c.v, c.w) : fmt_i(c.v, c.w, c.m), c.text) << c.v << " i" << c.w << "." << c.m;
 }
 
+// The row writer's fields (put_i: a table for I4 from -999 to 9999, digits by hand elsewhere) give
+// the characters of the general writer, across and beyond the table's ends.
+TEST(FormatI, RowFieldsAsTheGeneralWriter) {
+    for (int w : {3, 4, 5}) {
+        for (long long v = -1100; v <= 10100; ++v) {
+            char buf[8];
+            ASSERT_EQ(put_i(buf, v, w), buf + w);
+            ASSERT_EQ(std::string(buf, static_cast<std::size_t>(w)), fmt_i(v, w)) << v << " i" << w;
+        }
+    }
+}
+
 // Fw.d of the result rows' times against the C library's own "%.*f" (the independent reference):
 // values of a float's precision, exact ties of the last decimal, and the ends of the range worked
 // without the library (below 2^52, up to 3 decimals) and just beyond it.
