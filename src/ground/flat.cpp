@@ -15,11 +15,12 @@ constexpr double kDb = 4.3429;                       // 10/ln 10 to four decimal
 std::complex<double> cis(double theta) { return {std::cos(theta), std::sin(theta)}; }
 double abs2(std::complex<double> z) { return z.real() * z.real() + z.imag() * z.imag(); }
 
-// Direct plus reflected wave over 4 pi.
-std::complex<double> plain_sum(const FLATGEOM& g, std::complex<double> Z2, double F) {
+// Direct plus reflected wave over 4 pi. The coefficient is SPHREFD(d, Hs, Hr, F, Z2), whose k is
+// the k of this sum.
+std::complex<double> plain_sum(const FLATGEOM& g, const SPHZD& z2, double F) {
     const double k = 2.0 * kPi * F / 340.0;
     std::complex<double> Q;
-    SPHREFD(g.d, g.Hs, g.Hr, F, Z2, Q);
+    SPHREFDK(g.sph, k, z2, Q);
     return (Q * cis(-k * g.Rr) / g.Rr + cis(-k * g.Rd) / g.Rd) / (4.0 * kPi);
 }
 
@@ -32,10 +33,11 @@ void FLATPREP(float D1, float D2, float Hs, float Hr, FLATGEOM& g) {
     g.Rd = std::sqrt(g.d * g.d + (g.Hs - g.Hr) * (g.Hs - g.Hr));
     g.Rr = std::sqrt(g.d * g.d + (g.Hs + g.Hr) * (g.Hs + g.Hr));
     g.N = g.Rd * g.Rd * kSixteenPi2;
+    SPHGEOMDPREP(g.d, g.Hs, g.Hr, g.sph);
 }
 
-void FLATBAND(const FLATGEOM& g, std::complex<double> Z2, double F, float& ALevel) {
-    const std::complex<double> P = plain_sum(g, Z2, F);
+void FLATBAND(const FLATGEOM& g, const SPHZD& z2, double F, float& ALevel) {
+    const std::complex<double> P = plain_sum(g, z2, F);
     ALevel = static_cast<float>(kDb * std::log(abs2(P) * g.N));
 }
 
@@ -48,9 +50,11 @@ void FLATFULL(float D1, float D2, float Hs, float Hr, float Sigma1, float Sigma2
     FLATGEOM g;
     FLATPREP(D1, D2, Hs, Hr, g);
 
+    SPHZD z2;
+    SPHZDPREP(Z2, z2);
     if (Grad == 0.0f) {
         AMean = 0.0f;
-        FLATBAND(g, Z2, f, ALevel);
+        FLATBAND(g, z2, f, ALevel);
         return;
     }
 
@@ -80,7 +84,7 @@ void FLATFULL(float D1, float D2, float Hs, float Hr, float Sigma1, float Sigma2
             A[j] += T(a1, b1) + Q2 * T(a1, b2) + Q1 * T(a2, b1) + Q1 * Q2 * T(a2, b2);
         }
     }
-    const std::complex<double> P = plain_sum(g, Z2, f);
+    const std::complex<double> P = plain_sum(g, z2, f);
     for (auto& Aj : A) {
         Aj *= cis(kPi / 4.0) * (L / 6.0) * d2 * std::sqrt(8.0 * kPi * k) / kSixteenPi2;
         Aj += P;

@@ -26,21 +26,24 @@
 
 #include <complex>
 
+#include "ground/sphref.h"
+
 namespace tn {
 
 void FLATFULL(float D1, float D2, float Hs, float Hr, float Sigma1, float Sigma2, float Grad,
               float PlaneTop, float GradSpread, float F, float& AMean, float& ALevel);
 
 // The plain sum split into its geometry, worked once per path, and its per-band part, so that a
-// band loop repeats only what depends on the frequency. FLATPREP followed by FLATBAND with
-// Z2 = IMPEDD(F, Sigma2) gives bit for bit the ALevel of FLATFULL with Grad = 0.
+// band loop repeats only what depends on the frequency. FLATPREP followed by FLATBAND with z2 from
+// SPHZDPREP(IMPEDD(F, Sigma2)) gives bit for bit the ALevel of FLATFULL with Grad = 0.
 struct FLATGEOM {
     double Hs = 0.0, Hr = 0.0;   // heights, widened
     double d = 0.0;              // D1 + D2
     double Rd = 0.0, Rr = 0.0;   // direct and reflected path lengths
     double N = 0.0;              // Rd^2 16 pi^2
+    SPHGEOMD sph;                // the reflection coefficient's geometry (d, Hs, Hr)
 };
 void FLATPREP(float D1, float D2, float Hs, float Hr, FLATGEOM& g);
-void FLATBAND(const FLATGEOM& g, std::complex<double> Z2, double F, float& ALevel);
+void FLATBAND(const FLATGEOM& g, const SPHZD& z2, double F, float& ALevel);
 
 }  // namespace tn

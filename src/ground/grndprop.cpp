@@ -8,7 +8,7 @@
 #include <limits>
 #include <string>
 
-#include "ground/impedance.h"
+#include "ground/imptable.h"
 #include "ground/parametric.h"
 #include "io/errors.h"
 
@@ -169,6 +169,16 @@ void MIXAPPLY(const MIXWT& m, float ASoft, float AHard, float& AMix) {
     AMix = num / m.den;
 }
 
+void MIXAPPLYN(const MIXWT& m, const float* ASoft, const float* AHard, int n, float* AMix) {
+    for (int j = 0; j < n; ++j) AMix[j] = 0.0f;   // the sums
+    for (int i = 0; i < m.N; ++i) {
+        const float w = m.wt[i];
+        const float* A = m.hard[i] ? AHard : ASoft;
+        for (int j = 0; j < n; ++j) AMix[j] = AMix[j] + w * A[j];
+    }
+    for (int j = 0; j < n; ++j) AMix[j] = AMix[j] / m.den;
+}
+
 void MIXGND(const float* GndX, const float* HardFlag, int N, float Hs, float Hr, float ASoft, float AHard,
             float& AMix) {
     MIXWT m;
@@ -292,48 +302,55 @@ void GRNDPROP(const GroundSection& path, char Mode, int Nband, const float* Freq
         break;
     }
 
-    // One sub-model run at frequency f with mean resistivity sigma.
-    auto run = [&](float f, float sigma) -> float {
+    // One sub-model run in band j (of the table's slice) with the impedances of one mean resistivity.
+    auto run = [&](float f, int j, const SPHZ* z, const SPHZD* zd) -> float {
         float A;
         switch (PathClass) {
-        case 1: {
-            std::complex<double> Z;
-            IMPEDD(f, sigma, Z);
-            FLATBAND(work.flat, Z, f, A);
+        case 1:
+            FLATBAND(work.flat, zd[j], f, A);
             return A;
-        }
-        case 2: {
-            std::complex<float> Z;
-            IMPED(f, sigma, Z);
-            HILLBAND(work.hill, Z, Z, Z, f, A);
+        case 2:
+            HILLBAND(work.hill, z[j], z[j], z[j], f, A);
             return A;
-        }
-        case 3: {
-            std::complex<float> Z;
-            IMPED(f, sigma, Z);
-            VALLBAND(work.valley, Z, Z, f, A);
+        case 3:
+            VALLBAND(work.valley, z[j], z[j], f, A);
             return A;
-        }
         default:
             return std::numeric_limits<float>::quiet_NaN();
         }
     };
+    // The impedances of a mean resistivity at the bands of the slice, in the family of the class.
+    IMPTAB& tab = work.imp;
+    auto impedances = [&](float sigma, const SPHZ*& z, const SPHZD*& zd) {
+        z = nullptr;
+        zd = nullptr;
+        if (PathClass == 1) zd = IMPTABDOUBLE(tab, sigma);
+        else if (PathClass == 2 || PathClass == 3) z = IMPTABSINGLE(tab, sigma);
+    };
 
     // On mixed ground the hard level reaches the result only through points the blend marks hard.
     const bool hardPass = NHard > 0 && (!mixed || work.mix.anyHard);
-    for (int j = 0; j < Nband; ++j) {
-        const float f = Freq[j];
-        float AHard = 0.0f, ASoft = 0.0f;
-        if (hardPass) {
-            AHard = run(f, SigmaHard);
-            Single = AHard;
+    for (int j0 = 0; j0 < Nband; j0 += IMPTAB::kMaxBands) {
+        const int nb = std::min(Nband - j0, IMPTAB::kMaxBands);
+        IMPTABBANDS(tab, nb, Freq + j0);
+        const SPHZ *zHard = nullptr, *zSoft = nullptr;
+        const SPHZD *zdHard = nullptr, *zdSoft = nullptr;
+        if (hardPass) impedances(SigmaHard, zHard, zdHard);
+        if (nsoft > 0) impedances(SigmaSoft, zSoft, zdSoft);
+        // The levels of every band first, then the blend of all bands at once.
+        float AHard[IMPTAB::kMaxBands] = {}, ASoft[IMPTAB::kMaxBands] = {}, AMix[IMPTAB::kMaxBands];
+        for (int j = 0; j < nb; ++j) {
+            const float f = Freq[j0 + j];
+            if (hardPass) AHard[j] = run(f, j, zHard, zdHard);
+            if (nsoft > 0) ASoft[j] = run(f, j, zSoft, zdSoft);
         }
-        if (nsoft > 0) {
-            ASoft = run(f, SigmaSoft);
-            Single = ASoft;
+        if (mixed) MIXAPPLYN(work.mix, ASoft, AHard, nb, AMix);
+        for (int j = 0; j < nb; ++j) {
+            if (hardPass) Single = AHard[j];
+            if (nsoft > 0) Single = ASoft[j];
+            if (mixed) Single = AMix[j];
+            Gterm[j0 + j] = Single;
         }
-        if (mixed) MIXAPPLY(work.mix, ASoft, AHard, Single);
-        Gterm[j] = Single;
     }
 }
 

@@ -38,6 +38,7 @@
 
 #include "ground/flat.h"
 #include "ground/hill.h"
+#include "ground/imptable.h"
 #include "ground/valley.h"
 #include "ground/xzpt.h"
 #include "ground/profpt.h"
@@ -71,6 +72,7 @@ struct GrndWork {
     FLATGEOM flat;
     HILLGEOM hill;
     VALLGEOM valley;
+    IMPTAB imp;                         // impedances of the resistivities met lately
 };
 
 // The path as the ground model sees it.
@@ -121,5 +123,9 @@ void MIXGND(const float* GndX, const float* HardFlag, int N, float Hs, float Hr,
 // MIXGND split: the weights once per path, the blend per band (bit for bit MIXGND's AMix).
 void MIXPREP(const float* GndX, const float* HardFlag, int N, float Hs, float Hr, MIXWT& m);
 void MIXAPPLY(const MIXWT& m, float ASoft, float AHard, float& AMix);
+// MIXAPPLY for n bands at once: AMix[j] is bit for bit MIXAPPLY(m, ASoft[j], AHard[j]). Each band's
+// sum runs over the points in walk order as there; the bands' sums advance side by side, so that
+// one band's additions need not wait for the one before.
+void MIXAPPLYN(const MIXWT& m, const float* ASoft, const float* AHard, int n, float* AMix);
 
 }  // namespace tn

@@ -119,16 +119,11 @@ void HILLPREP(const XZPT KeyPt[5], const XZPT SrcPt[2], const XZPT RcvPt[2], HIL
     g.RR = dist(SrcPt[0], RcvPt[0]);
 }
 
-void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2, std::complex<float> Z3,
-              float f, float& out) {
+void HILLBAND(const HILLGEOM& g, const SPHZ& z1, const SPHZ& z2, const SPHZ& z3, float f, float& out) {
     constexpr bool diag = false;   // diagnostic lines: off, and nothing turns them on
     const float deg = 180.0f / kPi;
     const float k = 2.0f * kPi * f / 340.0f;
     std::complex<float> PT{0.0f, 0.0f};
-    SPHZ z1, z2, z3;
-    SPHZPREP(Z1, z1);
-    SPHZPREP(Z2, z2);
-    SPHZPREP(Z3, z3);
 
     std::complex<float> Qs{0.0f, 0.0f}, Qr{0.0f, 0.0f};
     if (g.hasQs) SPHREFZ(g.rQs, g.dzQs, k, z1, Qs);
@@ -178,7 +173,7 @@ void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2,
     if (g.rcvimage.AL1 > 0.0f) {
         std::complex<float> Q;
         SPHREFZ(g.rcvimage.D, g.rcvimage.dz, k, z3, Q);
-        if (diag) diag_line("RD,K,C,Q", g.rcvimage.D, k, Z3, Q);
+        if (diag) diag_line("RD,K,C,Q", g.rcvimage.D, k, z3.Z, Q);
         const std::complex<float> P0 = Q * cis(k * g.rcvimage.D) / g.rcvimage.D;
         PT += P0;
         if (diag) diag_line("POd =", P0);
@@ -198,9 +193,13 @@ void HILLFULL(float Hs, float Hr, const XZPT KeyPt[5], const XZPT SrcPt[2], cons
     IMPED(f, Sigma1, Z1);
     IMPED(f, Sigma2, Z2);
     IMPED(f, Sigma3, Z3);
+    SPHZ z1, z2, z3;
+    SPHZPREP(Z1, z1);
+    SPHZPREP(Z2, z2);
+    SPHZPREP(Z3, z3);
     HILLGEOM g;
     HILLPREP(KeyPt, SrcPt, RcvPt, g);
-    HILLBAND(g, Z1, Z2, Z3, f, out);
+    HILLBAND(g, z1, z2, z3, f, out);
 }
 
 }  // namespace tn

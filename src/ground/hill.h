@@ -31,6 +31,7 @@
 
 #include <complex>
 
+#include "ground/sphref.h"
 #include "ground/wedge.h"
 #include "ground/xzpt.h"
 
@@ -40,7 +41,7 @@ void HILLFULL(float Hs, float Hr, const XZPT KeyPt[5], const XZPT SrcPt[2], cons
               float Sigma1, float Sigma2, float Sigma3, float f, float& out);
 
 // HILLFULL split into its geometry, worked once per path, and its per-band part. HILLPREP followed
-// by HILLBAND with Zi = IMPED(f, Sigmai) gives bit for bit the out of HILLFULL.
+// by HILLBAND with zi from SPHZPREP(IMPED(f, Sigmai)) gives bit for bit the out of HILLFULL.
 struct HILLPAIR {
     float F0 = 0.0f, F1 = 0.0f;          // source and receiver angles at the crest
     bool counts = false;                 // F0 > 0 and F1 + T3 < 2 pi
@@ -62,7 +63,6 @@ struct HILLGEOM {
     float RR = 0.0f;                     // |R1 - S1|, the reference distance
 };
 void HILLPREP(const XZPT KeyPt[5], const XZPT SrcPt[2], const XZPT RcvPt[2], HILLGEOM& g);
-void HILLBAND(const HILLGEOM& g, std::complex<float> Z1, std::complex<float> Z2, std::complex<float> Z3,
-              float f, float& out);
+void HILLBAND(const HILLGEOM& g, const SPHZ& z1, const SPHZ& z2, const SPHZ& z3, float f, float& out);
 
 }  // namespace tn

@@ -45,26 +45,33 @@ void SPHREF(float r, float delz, float k, std::complex<float> Z, std::complex<fl
     SPHREFZ(r, delz, k, z, Q);
 }
 
-void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, std::complex<double>& Q) {
-    const double pi = 3.141592653589793;
-    const double k = 2.0 * pi * f / 340.0;
-    const double r2 = std::sqrt(d * d + (h1 + h2) * (h1 + h2));
-    const double c = (h1 + h2) / r2;
+void SPHZDPREP(std::complex<double> Z, SPHZD& z) {
+    z.Z = Z;
+    z.absZ = std::abs(Z);
+    const double Z2 = z.absZ * z.absZ;
+    z.bre = Z.real() / Z2;   // beta = 1/Z
+    z.bim = -Z.imag() / Z2;
+}
 
-    const double absZ = std::abs(Z);
+void SPHGEOMDPREP(double d, double h1, double h2, SPHGEOMD& g) {
+    g.r2 = std::sqrt(d * d + (h1 + h2) * (h1 + h2));
+    g.c = (h1 + h2) / g.r2;
+}
+
+void SPHREFDK(const SPHGEOMD& g, double k, const SPHZD& z, std::complex<double>& Q) {
+    const double pi = 3.141592653589793;
+    const std::complex<double> Z = z.Z;
+    const double c = g.c;
+
     const double e1 = Z.real() * c + 1.0;
     const double e2 = Z.imag() * c;
     const double D = e1 * e1 + e2 * e2;
-    const double e3 = absZ * c;
+    const double e3 = z.absZ * c;
     const std::complex<double> Rp{(e3 * e3 - 1.0) / D, 2.0 * Z.imag() * c / D};
 
-    const double Z2 = absZ * absZ;
-    const double bre = Z.real() / Z2;
-    const double bim = -Z.imag() / Z2;
-
-    const double s = std::sqrt(k * r2 * 0.25);
-    const double a = s * (bre + c + bim);
-    const double b = s * (-bre - c + bim);
+    const double s = std::sqrt(k * g.r2 * 0.25);
+    const double a = s * (z.bre + c + z.bim);
+    const double b = s * (-z.bre - c + z.bim);
     std::complex<double> W;
     WOFZD({-a, -b}, W);
 
@@ -73,6 +80,16 @@ void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, s
     const std::complex<double> F{1.0 + sp * (W.imag() * a + W.real() * b),
                                  -(sp * (W.real() * a - W.imag() * b))};
     Q = Rp + (1.0 - Rp) * F;
+}
+
+void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, std::complex<double>& Q) {
+    const double pi = 3.141592653589793;
+    const double k = 2.0 * pi * f / 340.0;
+    SPHGEOMD g;
+    SPHGEOMDPREP(d, h1, h2, g);
+    SPHZD z;
+    SPHZDPREP(Z, z);
+    SPHREFDK(g, k, z, Q);
 }
 
 }  // namespace tn

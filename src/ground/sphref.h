@@ -37,4 +37,21 @@ void SPHREFZ(float r, float delz, float k, const SPHZ& z, std::complex<float>& Q
 // d, h1, h2 in metres, f in Hz, Z normalised impedance (IMPEDD).
 void SPHREFD(double d, double h1, double h2, double f, std::complex<double> Z, std::complex<double>& Q);
 
+// SPHREFD split three ways for a band loop: the part fixed by the impedance (SPHZD), the part fixed
+// by the flat geometry (SPHGEOMD: r2 and c), and the rest, per band, with k = 2 pi f / 340 worked
+// out by the caller as SPHREFD works it. SPHZDPREP, SPHGEOMDPREP then SPHREFDK give bit for bit the
+// Q of SPHREFD.
+struct SPHZD {
+    std::complex<double> Z;
+    double absZ = 0.0;             // |Z|
+    double bre = 0.0, bim = 0.0;   // 1/Z
+};
+void SPHZDPREP(std::complex<double> Z, SPHZD& z);
+struct SPHGEOMD {
+    double r2 = 0.0;   // sqrt(d^2 + (h1 + h2)^2)
+    double c = 0.0;    // (h1 + h2)/r2
+};
+void SPHGEOMDPREP(double d, double h1, double h2, SPHGEOMD& g);
+void SPHREFDK(const SPHGEOMD& g, double k, const SPHZD& z, std::complex<double>& Q);
+
 }  // namespace tn

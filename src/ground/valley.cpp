@@ -60,12 +60,9 @@ void VALLPREP(float L1, float L2, float Hs, float Hr, float Beta, VALLGEOM& g) {
     }
 }
 
-void VALLBAND(const VALLGEOM& g, std::complex<float> Z1, std::complex<float> Z2, float f, float& out) {
+void VALLBAND(const VALLGEOM& g, const SPHZ& z1, const SPHZ& z2, float f, float& out) {
     const float k = 2.0f * kPi * f / 340.0f;
     const std::complex<float> P0 = cis(k * g.D) / g.D;
-    SPHZ z1, z2;
-    SPHZPREP(Z1, z1);
-    SPHZPREP(Z2, z2);
 
     std::complex<float> Q1, Q2;
     SPHREFZ(g.Rt, g.dzQ1, k, z1, Q1);
@@ -101,9 +98,12 @@ void VALLFULL(float L1, float L2, float Hs, float Hr, float Beta, float Sigma1, 
     std::complex<float> Z1, Z2;
     IMPED(f, Sigma1, Z1);
     IMPED(f, Sigma2, Z2);
+    SPHZ z1, z2;
+    SPHZPREP(Z1, z1);
+    SPHZPREP(Z2, z2);
     VALLGEOM g;
     VALLPREP(L1, L2, Hs, Hr, Beta, g);
-    VALLBAND(g, Z1, Z2, f, out);
+    VALLBAND(g, z1, z2, f, out);
 }
 
 }  // namespace tn

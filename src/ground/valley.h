@@ -23,6 +23,7 @@
 
 #include <complex>
 
+#include "ground/sphref.h"
 #include "ground/wedge.h"
 
 namespace tn {
@@ -31,7 +32,7 @@ void VALLFULL(float L1, float L2, float Hs, float Hr, float Beta, float Sigma1, 
               float& out);
 
 // VALLFULL split into its geometry, worked once per path, and its per-band part. VALLPREP followed
-// by VALLBAND with Zi = IMPED(f, Sigmai) gives bit for bit the out of VALLFULL.
+// by VALLBAND with zi from SPHZPREP(IMPED(f, Sigmai)) gives bit for bit the out of VALLFULL.
 struct VALLRAY {
     bool lit = false;
     float D = 0.0f;                 // ray length
@@ -46,6 +47,6 @@ struct VALLGEOM {
     VALLRAY src, rcv, both;         // reflected in the source plane, the receiver plane, both
 };
 void VALLPREP(float L1, float L2, float Hs, float Hr, float Beta, VALLGEOM& g);
-void VALLBAND(const VALLGEOM& g, std::complex<float> Z1, std::complex<float> Z2, float f, float& out);
+void VALLBAND(const VALLGEOM& g, const SPHZ& z1, const SPHZ& z2, float f, float& out);
 
 }  // namespace tn

@@ -23,4 +23,8 @@ std::string fmt_f(double v, int w, int d);
 void append_i(std::string& out, long long v, int w);
 void append_f(std::string& out, double v, int w, int d);
 
+// Iw written into out[0 .. w-1], the same characters as append_i, with no terminator; returns
+// out + w (out itself for w <= 0). For rows of many fields put into a line grown once.
+char* put_i(char* out, long long v, int w);
+
 }  // namespace tn

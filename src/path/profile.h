@@ -44,6 +44,8 @@ float GNDVAL(const GridView& ground, float x, float y);
 // kind 0 samples TERRZ (with `kept`), any other kind GNDVAL. All 100 entries of `out` get
 // v = -1000.0 first, so samples not taken (n < 100) keep that mark; their d is left as it was.
 // n of 1 divides by zero (NaN samples); n above 100 samples only the first 100 positions.
+// Each sample's value is bit for bit that of the point lookup at its position; on a lattice the
+// section is worked axis by axis over all its samples at once, which gives the same values.
 void TERRPROF(const GridView& grid, const float src[2], const float rcv[2], PROFPT* out, int n, int kind,
               float& kept);
 

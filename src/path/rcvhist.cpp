@@ -78,6 +78,14 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
     const float Cspeed = std::sqrt(cs.Tfahr + 459.0f) * 49.1f / 3.2808f;
     const int Bandoff = cs.Bandoff;
 
+    // What the detectability takes from the site's ambient, from its tenths, once for all points.
+    DETECTAMB amb;
+    {
+        float ambient[24];
+        for (int k = 1; k <= 24; ++k) ambient[k - 1] = static_cast<float>(Ambrow[8 + k]) / 10.0f;
+        DETECTPREP(ambient, amb);
+    }
+
     const bool Ptsrc = cs.Npts > 0 && cs.Traj[0].Ptsrc;
     float Rref = 0.0f;
     float Rslant = 0.0f;
@@ -127,18 +135,15 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
             PATHEFFECT(cs.path, wsrc, wrcv, Nband, cs.Freq, Gterm, *shared.kept_height, work.path);
 
             const float S = 20.0f * std::log10(Rref / Rslant);
-            float E1 = 0.0f, E2 = 0.0f, E3 = 0.0f, E4 = 0.0f;
+            // The energy sums with ground, A-weighted (E1) and flat (E2). The free-field pair of
+            // sums that goes with them reaches no result, and is not formed.
+            float E1 = 0.0f, E2 = 0.0f;
             for (int i = 0; i < Nband; ++i) {
                 Levfree[i] = (Srcspec[i] - cs.Absdb[i] * Rslant) + S;
                 Levtot[i] = Levfree[i] + Gterm[i];
                 E1 += std::pow(10.0f, (Levtot[i] + cs.Wgt[i]) * 0.1f);
                 E2 += std::pow(10.0f, Levtot[i] * 0.1f);
-                E3 += std::pow(10.0f, (Levfree[i] + cs.Wgt[i]) * 0.1f);
-                E4 += std::pow(10.0f, Levfree[i] * 0.1f);
             }
-            // The free-field pair (E3, E4) is formed all the same and goes nowhere.
-            (void)E3;
-            (void)E4;
             aw_ground = 10.0f * std::log10(E1);
             flat_ground = 10.0f * std::log10(E2);
         } else {
@@ -158,15 +163,10 @@ void RCVHIST(const RcvCase& cs, const SITEREC& site, int Siteidx, float Tstart, 
         Outrow[1] = tenths(aw_ground);
         for (int i = 1; i <= Nband; ++i) Outrow[i + Bandoff] = tenths(Levtot[i - 1]);
 
-        // Detectability over the site's ambient, from the truncated tenths.
-        float signal[24], ambient[24];
-        for (int k = 1; k <= 24; ++k) {
-            signal[k - 1] = static_cast<float>(Outrow[8 + k]) / 10.0f;
-            ambient[k - 1] = static_cast<float>(Ambrow[8 + k]) / 10.0f;
-        }
+        // Detectability over the site's ambient, from the truncated tenths of bands 17 to 40.
         int Kbest = 0;
         float Dbest = 0.0f, Dtotal = 0.0f;
-        DETECT(signal, ambient, Kbest, Dbest, Dtotal);
+        DETECTROW(&Outrow[9], amb, Kbest, Dbest, Dtotal);
         int M = machine_nint(10.0f * std::log10(Dtotal));
         if (M >= 9999) M = 9999;
         if (M <= -999) M = -999;

@@ -3,9 +3,9 @@
 // For each trajectory point: terrain heights, the working source point (never below Minagl above
 // the ground), the range test against Maxdist, the source spectrum at its reference distance (table
 // or hemisphere), the ground term of each band, spreading and absorption, the band levels and the
-// four energy sums, the arrival time, the integer row in tenths of a dB and the detectability
-// metric. All in single precision, in the order of operations stated beside the code; the overall
-// levels are sums of single-precision powers.
+// energy sums with ground (flat and A-weighted), the arrival time, the integer row in tenths of a
+// dB and the detectability metric. All in single precision, in the order of operations stated
+// beside the code; the overall levels are sums of single-precision powers.
 #pragma once
 
 #include <vector>

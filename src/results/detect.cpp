@@ -93,6 +93,51 @@ float BANDGAIN(int k, float level) {
     return std::pow(10.0f, (kEff[k - 1] + 0.5f * y) / 10.0f);
 }
 
+namespace {
+
+// 10^((t / 10) / 10) of a level of t tenths of a dB, as DETECT works it from the signal t / 10.
+float signal_energy(int t) {
+    const float signal = static_cast<float>(t) / 10.0f;
+    return std::pow(10.0f, signal * 0.1f);
+}
+
+// The same for the tenths a row holds, from the -999 mark up to 200 dB, worked out once.
+constexpr int kLowTenths = -999, kHighTenths = 2000;
+float row_energy(int t) {
+    static const std::array<float, kHighTenths - kLowTenths + 1> table = [] {
+        std::array<float, kHighTenths - kLowTenths + 1> e{};
+        for (int k = kLowTenths; k <= kHighTenths; ++k) e[k - kLowTenths] = signal_energy(k);
+        return e;
+    }();
+    return t >= kLowTenths && t <= kHighTenths ? table[t - kLowTenths] : signal_energy(t);
+}
+
+}  // namespace
+
+void DETECTPREP(const float* ambient, DETECTAMB& a) {
+    const std::array<float, kBands>& floor = floor_energy();
+    for (int k = 1; k <= kBands; ++k) {
+        a.gain[k - 1] = BANDGAIN(k, ambient[k - 1]);
+        a.noise[k - 1] = std::pow(10.0f, ambient[k - 1] * 0.1f) + floor[k - 1];
+    }
+}
+
+void DETECTROW(const int* tenths, const DETECTAMB& a, int& Kbest, float& Dbest, float& Dtotal) {
+    Kbest = 0;
+    Dbest = 0.0f;
+    Dtotal = 0.0f;
+    for (int k = 1; k <= kBands; ++k) {
+        const float s = row_energy(tenths[k - 1]);
+        const float d = (a.gain[k - 1] * s) / a.noise[k - 1];
+        Dtotal += d * d;
+        if (Dbest < d) {   // strict: a tie goes to the lowest band
+            Kbest = k;
+            Dbest = d;
+        }
+    }
+    Dtotal = std::sqrt(Dtotal);
+}
+
 void DETECT(const float* signal, const float* ambient, int& Kbest, float& Dbest, float& Dtotal) {
     const std::array<float, kBands>& floor = floor_energy();
     Kbest = 0;

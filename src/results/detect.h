@@ -33,4 +33,18 @@ float BANDGAIN(int k, float level);
 // computed on first use, once per process (thread-safe), and is constant after that.
 void DETECT(const float* signal, const float* ambient, int& Kbest, float& Dbest, float& Dtotal);
 
+// DETECT split for a receiver's history, whose ambient stays while its signal changes from point to
+// point. DETECTPREP works out once what depends on the ambient alone: per band the gain
+// BANDGAIN(k, ambient) and the noise 10^(ambient/10) + Floor. DETECTROW then takes the signal as the
+// row's integer tenths of a dB (signal = tenths / 10, as the history forms it) and gives bit for bit
+// DETECT's results for that signal and ambient: the same operations in the same order, with the
+// signal energies of -999 to 2000 tenths looked up in a table of the same powers, worked out once
+// per process.
+struct DETECTAMB {
+    float gain[24];
+    float noise[24];
+};
+void DETECTPREP(const float* ambient, DETECTAMB& a);
+void DETECTROW(const int* tenths, const DETECTAMB& a, int& Kbest, float& Dbest, float& Dtotal);
+
 }  // namespace tn

@@ -78,13 +78,19 @@ void append_section_header(std::string& out, const ReceiverHead& head, int Npts)
 void append_data_line(std::string& out, int n, float t, const int Outrow[kRowColumns], int M) {
     append_i(out, n, 4);
     append_f(out, t, 12, 3);
+    // The 35 integer columns, each a blank and four characters, then the blank behind the metric:
+    // the line is 192 characters. Put into the line grown once.
+    const std::size_t at = out.size();
+    out.resize(at + 5 * (kRowColumns + 1) + 2);
+    char* p = &out[at];
     for (int c = 0; c < kRowColumns; ++c) {
-        out += ' ';
-        append_i(out, Outrow[c], 4);
+        *p++ = ' ';
+        p = put_i(p, Outrow[c], 4);
     }
-    out += ' ';
-    append_i(out, M, 4);
-    out += " \n";   // the line is 192 characters: one blank behind the metric
+    *p++ = ' ';
+    p = put_i(p, M, 4);
+    *p++ = ' ';
+    *p = '\n';
 }
 
 void append_section(std::string& out, const ReceiverHistory& h, bool lines) {

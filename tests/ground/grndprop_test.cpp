@@ -1,7 +1,9 @@
 // The ground model's entry: classification of a section, ground statistics and the blend.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -97,6 +99,23 @@ TEST(Grndprop, MixedGround) {
     Path p(100, 99, flat0, soft);
     p.gnd = {{0, 200}, {99, 1e6f}};   // one ground point at each foot
     for (float g : run(p, 2, 2).gterm) EXPECT_TRUE(std::isnan(g));
+
+    // The blend of all bands at once gives each band's blend bit for bit, hard points included.
+    tn::MIXWT w;
+    w.N = 90;
+    for (int i = 0; i < w.N; ++i) {
+        w.hard[i] = i % 7 == 3;
+        w.wt[i] = (w.hard[i] ? 0.5f : 1.0f) * (i < 40 ? 2.0f : 1.5f);
+        w.den = w.den + w.wt[i];
+    }
+    const float soft[5] = {-3.7f, 0.1f, 5.9f, -20.3f, 1e-3f}, hard[5] = {4.2f, -1.1f, 0.0f, 6.6f, -0.7f};
+    float all[5];
+    tn::MIXAPPLYN(w, soft, hard, 5, all);
+    for (int j = 0; j < 5; ++j) {
+        float one;
+        tn::MIXAPPLY(w, soft[j], hard[j], one);
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(all[j]), std::bit_cast<std::uint32_t>(one)) << j;
+    }
 }
 
 // No ground points: no sub-model runs and Gterm and Single stay as the caller left them, while the

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <vector>
 
 #include "io/format.h"
 
@@ -36,4 +38,33 @@ TEST(FormatI, WidthsLeadingZerosAndAsterisks) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(c.m < 0 ? fmt_i(c.v, c.w) : fmt_i(c.v, c.w, c.m), c.text) << c.v << " i" << c.w << "." << c.m;
+}
+
+// The row writer's fields (put_i: a table for I4 from -999 to 9999, digits by hand elsewhere) give
+// the characters of the general writer, across and beyond the table's ends.
+TEST(FormatI, RowFieldsAsTheGeneralWriter) {
+    for (int w : {3, 4, 5}) {
+        for (long long v = -1100; v <= 10100; ++v) {
+            char buf[8];
+            ASSERT_EQ(put_i(buf, v, w), buf + w);
+            ASSERT_EQ(std::string(buf, static_cast<std::size_t>(w)), fmt_i(v, w)) << v << " i" << w;
+        }
+    }
+}
+
+// Fw.d of the result rows' times against the C library's own "%.*f" (the independent reference):
+// values of a float's precision, exact ties of the last decimal, and the ends of the range worked
+// without the library (below 2^52, up to 3 decimals) and just beyond it.
+TEST(FormatF, RowTimesAsTheCLibraryWritesThem) {
+    std::vector<double> values = {0.0, 0.0005, 0.0015, 0.0625, 0.1875, 2.5, 36000.0625, 4503599627370495.5,
+                                  4503599627370496.0, 5e-324, 1e-3};
+    for (int k = 0; k < 4000; ++k) values.push_back(static_cast<double>(0.37f * static_cast<float>(k * k)));
+    for (int k = 0; k < 4000; ++k) values.push_back(std::ldexp(static_cast<double>(k * 7919 % 100003), -(k % 30)));
+    for (const double v : values) {
+        for (int d = 0; d <= 4; ++d) {
+            char want[400];
+            std::snprintf(want, sizeof want, "%40.*f%s", d, v, d == 0 ? "." : "");
+            EXPECT_EQ(fmt_f(v, d == 0 ? 41 : 40, d), want) << v << " " << d;
+        }
+    }
 }

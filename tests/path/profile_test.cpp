@@ -89,7 +89,8 @@ TEST(Gndval, NearestNodeOneDownAndNeverTheLastColumnOrRow) {
 
 // Lookups that work the node positions out from the lattice give what reading them gives, bit for
 // bit, on and off the grid (a spread of points from well outside the grid to well inside, on nodes
-// and between them), and a grid whose nodes were moved (as a projected raster's are) is no lattice.
+// and between them), and so do whole sections; a grid whose nodes were moved (as a projected
+// raster's are) is no lattice.
 TEST(Lattice, WorkedOutNodesGiveTheStoredResults) {
     TestGrid g(37, 23, 500123.5f, 4000321.25f, 27.3f, 19.7f,
                [](int i, int j) { return 100.0f + 7.0f * std::sin(0.3f * i) + 3.0f * std::cos(0.2f * j); });
@@ -101,6 +102,26 @@ TEST(Lattice, WorkedOutNodesGiveTheStoredResults) {
         const float r[4] = {tn::TERRZ(stored, x, y, kept_a), tn::TERRZ(worked, x, y, kept_b), tn::GNDVAL(stored, x, y),
                             tn::GNDVAL(worked, x, y)};
         ASSERT_TRUE(!std::memcmp(r, r + 1, sizeof(float)) && !std::memcmp(r + 2, r + 3, sizeof(float))) << x << " " << y;
+    }
+    // Sections on the lattice are worked axis by axis over all samples at once; read from the
+    // stored nodes, sample by sample through the point lookups. Paths from well outside the grid
+    // to well inside, along node rows, through nodes, and of zero length, over this grid and grids
+    // two and three nodes wide, where the first and last cells meet.
+    const TestGrid narrow[2] = {{2, 3, 500123.5f, 4000321.25f, 500.0f, 300.0f, bilinear},
+                                {3, 2, 500123.5f, 4000321.25f, 400.0f, 600.0f, bilinear}};
+    for (const TestGrid* t : {static_cast<const TestGrid*>(&g), &narrow[0], &narrow[1]}) {
+        const tn::GridView by_node = t->view(), by_axis{&t->head, &t->z, &t->x, &t->y, true};
+        tn::PROFPT a[tn::kProfileSamples], b[tn::kProfileSamples];
+        for (int k = 0; k < 3000; ++k) {
+            const float src[2] = {500123.5f - 400.0f + 0.73f * float(k % 601), 4000321.25f - 300.0f + 19.7f * float(k % 37)};
+            const float rcv[2] = {k % 5 == 0 ? src[0] : 500123.5f + 27.3f * float(k % 41),
+                                  k % 7 == 0 ? src[1] : 4000321.25f + 0.37f * float((k * 13) % 1500)};
+            for (int kind = 0; kind < 2; ++kind) {
+                tn::TERRPROF(by_node, src, rcv, a, tn::kProfileSamples, kind, kept_a);
+                tn::TERRPROF(by_axis, src, rcv, b, tn::kProfileSamples, kind, kept_b);
+                ASSERT_TRUE(!std::memcmp(a, b, sizeof a)) << t->head.NX << " nodes, path " << k << ", kind " << kind;
+            }
+        }
     }
     g.x(5, 7) = std::nextafter(g.x(5, 7), 1e9f);
     EXPECT_FALSE(tn::nodes_on_lattice(g.head, g.x, g.y));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 // Band 17's width row, with its first unused pair (0, 0) behind it, as the program stores it; a row
@@ -52,4 +53,30 @@ TEST(Detect, NoIndexLeavesKbestZero) {
     float dbest = 1.0f, dtotal = 1.0f;
     tn::DETECT(signal.data(), ambient.data(), kbest, dbest, dtotal);
     EXPECT_TRUE(kbest == 0 && dbest == 0.0f && dtotal == 0.0f) << kbest << " " << dbest << " " << dtotal;
+}
+
+// The split for a receiver's history gives DETECT's results bit for bit: rows of tenths across the
+// table of signal energies and beyond its ends (-999, 2000, 2001, far above), over ambients quiet,
+// loud and missing (-99.9).
+TEST(Detect, RowOfTenthsAsDetectGivesIt) {
+    const int tenths[] = {-999, -998, -1, 0, 1, 123, 655, 1999, 2000, 2001, 35000, 2000000000};
+    for (const float amb : {-99.9f, 20.0f, 45.5f, 110.0f}) {
+        std::vector<float> ambient(24);
+        for (int k = 0; k < 24; ++k) ambient[k] = amb + 0.7f * float(k);
+        tn::DETECTAMB a;
+        tn::DETECTPREP(ambient.data(), a);
+        for (int shift = 0; shift < 12; ++shift) {
+            int row[24];
+            std::vector<float> signal(24);
+            for (int k = 0; k < 24; ++k) {
+                row[k] = tenths[(k + shift) % 12];
+                signal[k] = static_cast<float>(row[k]) / 10.0f;
+            }
+            int k1 = -1, k2 = -2;
+            float b1, b2, t1, t2;
+            tn::DETECT(signal.data(), ambient.data(), k1, b1, t1);
+            tn::DETECTROW(row, a, k2, b2, t2);
+            EXPECT_TRUE(k1 == k2 && std::memcmp(&b1, &b2, 4) == 0 && std::memcmp(&t1, &t2, 4) == 0) << amb << " " << shift;
+        }
+    }
 }
