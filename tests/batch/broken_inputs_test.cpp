@@ -11,7 +11,7 @@
 // a number where a text belongs, a text where a number belongs, a line of 10 000 characters, CR LF
 // line ends, a folder in the file's place, or no file at all. Every kind of breakage meets several
 // readers and every reader several kinds, not all of them; the file layer's own messages are the
-// tests/io tests'. The program runs in the case's folder, with argument 0 prog/tracknoise, so that
+// tests/io tests', the script's fields and ends mostly the run table's. The program runs in the case's folder, with argument 0 prog/tracknoise, so that
 // its rnd/ folder is the case's own.
 #include <gtest/gtest.h>
 
@@ -197,10 +197,6 @@ const Breakage kCases[] = {
     {"script: missing", [](Case& c) { c.write_script = false; }, "run.txt", "cannot open the file: No such file"},
     {"script: empty, a normal end with nothing done", [](Case& c) { c.script.clear(); }, "", "",
      [](const Case& c) { EXPECT_FALSE(c.dir.exists("out.tis")); }},
-    {"script: ends inside a site run", [](Case& c) { c.script.resize(c.script.find("min:")); }, "run.txt:7",
-     "unexpected end of file, expected the minutes of the time offset"},
-    {"script: text for the hours", [](Case& c) { c.script = sub(c.script, "hrs:    0", "hrs: noon"); }, "run.txt:6",
-     "columns 6-9: expected an integer"},
     {"script: a number for the option", [](Case& c) { c.script = sub(c.script, "opt: no", "opt: 42"); }, "run.txt:5",
      "the output option of \"site\" is '42  '"},
     {"script: a control name of 10 000 characters", [](Case& c) { c.script = "open\n" + kLong + "\nstop\n"; },
