@@ -40,10 +40,7 @@ std::string join(const std::vector<std::string>& lines) {
 TEST(TimeHistoryReader, ReadsBackWhatTheWriterWrote) {
     ScratchDir dir;
     const SampleRun s = sample_run("s.tis");
-    std::string text;
-    append_file_header(text, s.header);
-    append_section(text, s.north, true);
-    TimeHistoryReader r(dir.file("s.tis", text));
+    TimeHistoryReader r(dir.file("s.tis", sample_text(false)));
     EXPECT_FALSE(r.header().grid);
     EXPECT_EQ(r.header().Runout, "s.tis");
     EXPECT_EQ(r.header().Trackfile, "track.trj");
