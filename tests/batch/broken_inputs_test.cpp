@@ -11,21 +11,14 @@
 // a number where a text belongs, a text where a number belongs, a line of 10 000 characters, CR LF
 // line ends, a folder in the file's place, or no file at all. Every kind of breakage meets several
 // readers and every reader several kinds, not all of them; the file layer's own messages are the
-// tests/io tests'. The program runs in the case's folder, with argument 0 prog/tracknoise, so that
+// tests/io tests', the script's fields and ends mostly the run table's. The program runs in the case's folder, with argument 0 prog/tracknoise, so that
 // its rnd/ folder is the case's own.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstring>
-#include <thread>
 
 #include "case_builder.h"
 
@@ -33,7 +26,6 @@ using namespace tntest;
 
 namespace {
 
-const std::string kProgram = std::string(TN_BINARY_DIR) + "/tracknoise";
 const std::string kLong(10000, 'x');
 const std::string kIni = "prog/rnd/directories.ini";
 const std::string kTable = "prog/rnd/GroundImpedance.csv";
@@ -90,16 +82,13 @@ struct Outcome {
 struct Case {
     CaseDir dir{"broken"};
     std::vector<std::string> ctl{"terrain.grd", "-", "-", "track.trj", "-", "-", "src.lst"};
-    std::string script = "open\ncase.ctl\nsite\nout\nopt: no\nhrs:    0\nmin:    0\nsec:  0.000\nstop\n";
+    std::string script = "open\ncase.ctl\n" + site_run("out") + "stop\n";
     bool write_script = true;
     std::vector<std::pair<std::string, std::string>> env;   // set in the program's environment
 
     Case() {
-        grid("terrain.grd", "ZALT", 10.0f);
-        dir.write_trajectory("track.trj", 59.0, 70.0, {{0, 500000, 4000200, 310, 90, 0, 100, 80, 0},
-                                                       {1, 500100, 4000200, 310, 90, 0, 100, 80, 0},
-                                                       {2, 500200, 4000200, 310, 90, 0, 100, 80, 0}});
-        dir.write_source("src.lst", "t.tab", {1000.0f, 1250.0f, 1600.0f}, [](int b, int) { return 70.0f + b; });
+        write_small_case(dir);
+        remove("case.ctl");
         fs::create_directories(dir.dir() / "prog" / "rnd");
         for (const char* f : {"directories.ini", "GroundImpedance.csv"})
             fs::copy_file(fs::path(TN_BINARY_DIR) / "rnd" / f, dir.dir() / "prog" / "rnd" / f);
@@ -130,40 +119,15 @@ struct Case {
     void wx(const std::string& text) { ctl[4] = "wx.txt"; write("wx.txt", text); }
     void nord(const std::string& text) { ctl[5] = "nord.txt"; write("nord.txt", text); }
 
-    // The real program as a child, with argument 0 as given and the case's folder as its working
-    // folder; standard output and error go to files. A run that takes two minutes is a hang.
+    // The real program as a child, with argument 0 prog/tracknoise and the case's folder as its
+    // working folder. A run that takes two minutes is a hang.
     Outcome run() {
         if (!dir.exists("case.ctl")) dir.write_control("case.ctl", ctl);
         if (write_script && !dir.exists("run.txt")) write("run.txt", script);
-        const std::string out = dir.path("stdout.txt"), err = dir.path("stderr.txt"), here = dir.dir().string();
-        const pid_t pid = ::fork();
-        if (pid == 0) {
-            const int o = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            const int e = ::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            if (o < 0 || e < 0 || ::chdir(here.c_str()) != 0) ::_exit(127);
-            ::dup2(o, 1);
-            ::dup2(e, 2);
-            ::unsetenv("TRACKNOISE_NORD2000");
-            for (const auto& [k, v] : env) ::setenv(k.c_str(), v.c_str(), 1);
-            const char* argv[] = {"prog/tracknoise", "--threads", "1", "run.txt", nullptr};
-            ::execv(kProgram.c_str(), const_cast<char* const*>(argv));
-            ::_exit(127);
-        }
-        Outcome r;
-        int status = 0;
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-        while (::waitpid(pid, &status, WNOHANG) == 0) {
-            if (std::chrono::steady_clock::now() > limit) {
-                ::kill(pid, SIGKILL), ::waitpid(pid, &status, 0);
-                r.hung = true;
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        r.exited = WIFEXITED(status);
-        r.code = r.exited ? WEXITSTATUS(status) : -1;
-        r.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-        r.out = dir.read("stdout.txt"), r.err = dir.read("stderr.txt");
+        Child c = start(dir, kProgram, {"prog/tracknoise", "--threads", "1", "run.txt"}, "console", env);
+        finish(c);
+        Outcome r{WIFEXITED(c.status), c.hung, WIFEXITED(c.status) ? WEXITSTATUS(c.status) : -1,
+                  WIFSIGNALED(c.status) ? WTERMSIG(c.status) : 0, dir.read("console.out"), dir.read("console.err")};
         return r;
     }
 };
@@ -195,7 +159,7 @@ const Check nothing_written = [](const Case& c) {
         const std::string n = e.path().filename().string();
         EXPECT_TRUE(n.find(".tis") == std::string::npos && n.find("out") != 0) << n;
     }
-    EXPECT_EQ(c.dir.read("stdout.txt").find("Generating site files"), std::string::npos);
+    EXPECT_EQ(c.dir.read("console.out").find("Generating site files"), std::string::npos);
 };
 
 // Every level of the site run's result file is missing (-999 in the flat and A-weighted columns).
@@ -233,15 +197,20 @@ const Breakage kCases[] = {
     {"script: missing", [](Case& c) { c.write_script = false; }, "run.txt", "cannot open the file: No such file"},
     {"script: empty, a normal end with nothing done", [](Case& c) { c.script.clear(); }, "", "",
      [](const Case& c) { EXPECT_FALSE(c.dir.exists("out.tis")); }},
-    {"script: ends inside a site run", [](Case& c) { c.script.resize(c.script.find("min:")); }, "run.txt:7",
-     "unexpected end of file, expected the minutes of the time offset"},
-    {"script: text for the hours", [](Case& c) { c.script = sub(c.script, "hrs:    0", "hrs: noon"); }, "run.txt:6",
-     "columns 6-9: expected an integer"},
     {"script: a number for the option", [](Case& c) { c.script = sub(c.script, "opt: no", "opt: 42"); }, "run.txt:5",
      "the output option of \"site\" is '42  '"},
     {"script: a control name of 10 000 characters", [](Case& c) { c.script = "open\n" + kLong + "\nstop\n"; },
      "run.txt:2", "the control file's name: the name does not fit in 255 characters (it has 10000)"},
-    {"script: CR LF", [](Case& c) { c.script = crlf(c.script); }, "", "", kReference},
+    // Every text file that a run reads, CR LF at once (the weather files' are below).
+    {"CR LF: script, control (lines 8 to 10 too), raster header, land cover, .sit, ambient, trajectory, source, Nord2000",
+     [](Case& c) {
+         c.raster(), c.cover(), c.sit(), c.amb(), c.nord(kNord);
+         c.dir.write_control("case.ctl", c.ctl);
+         for (const std::string f : {"case.ctl", "terrain.hdr", "cover.hdr", "cover.prj", "sites.sit", "ambient.txt",
+                                     "classes.txt", "track.trj", "src.lst", "t.tab", "nord.txt", kTable.c_str()})
+             c.to_crlf(f);
+         c.script = crlf(c.script);
+     }, "", "", sites_are({"North", "East"})},
     {"script: a UTF-8 byte-order mark is passed over", [](Case& c) { c.script = "\xEF\xBB\xBF" + c.script; }, "", "",
      kReference},
     {"script: an output name that does not fit in 255 characters with \".tis\", nothing written",
@@ -255,8 +224,6 @@ const Breakage kCases[] = {
      "-out.tis: the result has no rows: the output name begins with \"-\""},
     {"environment: SOURCE_DATE_EPOCH 1e9", [](Case& c) { c.env = {{"SOURCE_DATE_EPOCH", "1e9"}}; },
      "SOURCE_DATE_EPOCH is '1e9'", "a whole number of seconds", nothing_written},
-    {"environment: SOURCE_DATE_EPOCH abc", [](Case& c) { c.env = {{"SOURCE_DATE_EPOCH", "abc"}}; },
-     "SOURCE_DATE_EPOCH is 'abc'", "a whole number of seconds"},
     {"environment: SOURCE_DATE_EPOCH past the year 9999", [](Case& c) { c.env = {{"SOURCE_DATE_EPOCH", "253402300800"}}; },
      "SOURCE_DATE_EPOCH is '253402300800'", "(the end of the year 9999)"},
 
@@ -270,8 +237,6 @@ const Breakage kCases[] = {
      "the ground file: the name does not fit in 255 characters (it has 315)"},
     {"control: a NUL in the terrain name", [](Case& c) { c.ctl[0] = std::string("terrain.grd\0old", 15); }, "case.ctl:1",
      "the terrain file: a NUL byte stands in the name at column 12"},
-    {"control: CR LF, lines 8 to 10 too",
-     [](Case& c) { c.ambient("-"); c.dir.write_control("case.ctl", c.ctl); c.to_crlf("case.ctl"); }, "", "", kReference},
 
     // The directories file falls back to the default distance, unless there is no file to read.
     {"directories: text for the distance, the default used", [](Case& c) { c.write(kIni, "Max\nfar\n"); }, "",
@@ -279,7 +244,6 @@ const Breakage kCases[] = {
     // A limit is taken as it stands, and said when nothing or everything is in range.
     {"directories: a distance of 0", [](Case& c) { c.write(kIni, "Max\n0\n"); }, "",
      "prog/rnd/directories.ini:2: the distance limit \"Max\" is 0 metres", levels_missing},
-    {"directories: a negative distance", [](Case& c) { c.write(kIni, "Max\n-5\n"); }, "", "\"Max\" is -5 metres"},
     {"directories: a distance that is not a number", [](Case& c) { c.write(kIni, "Max\nNaN\n"); }, "",
      "\"Max\" is not a number", levels_missing},
     {"directories: an infinite distance", [](Case& c) { c.write(kIni, "Max\nInfinity\n"); }, "", "\"Max\" is infinite"},
@@ -299,8 +263,6 @@ const Breakage kCases[] = {
          c.dir.write_grid("terrain.grd", "ZALT", 5, 5, 0.0f, 500000.0f, 4000000.0f, 11, [](int, int) { return 10.0f; });
          c.script = kGridRun + "ii:    3\nii:    1   3\njj:    3\njj:    1   3\nopt: no\nhrs:    0\nmin:    0\nsec:  0.000\n";
      }, "", "terrain.grd: the terrain grid's spacing is 0 by 0 m"},
-    {"terrain grid: text", [](Case& c) { c.write("terrain.grd", "ncols 5\nnrows 5\n" + kLong + "\n"); },
-     "terrain.grd: byte", ""},
 
     {"raster: header missing", [](Case& c) { c.raster(); c.remove("terrain.hdr"); }, "terrain.hdr", "cannot open"},
     {"raster: header cut", [](Case& c) { c.raster(); c.cut("terrain.hdr", 55); }, "terrain.hdr", "end of file"},
@@ -308,7 +270,6 @@ const Breakage kCases[] = {
      "terrain.hdr:1", "expected an integer, found 'three'"},
     {"raster: a number for the byte order: little-endian",
      [](Case& c) { c.raster(); c.replace("terrain.hdr", "LSBFIRST", "12345"); }, "", ""},
-    {"raster: header CR LF", [](Case& c) { c.raster(); c.to_crlf("terrain.hdr"); }, "", "", kReference},
     {"raster: floats cut", [](Case& c) { c.raster(); c.cut("terrain.flt", 30); }, "terrain.flt: byte 30",
      "unexpected end of file, expected 3 by 3 floats"},
 
@@ -321,8 +282,6 @@ const Breakage kCases[] = {
      [](const Case& c) { EXPECT_NE(c.dir.read("out.tis").find("UTM Zone:  12"), std::string::npos); }},
     {"ground: a file of no known kind", [](Case& c) { c.ctl[1] = "track.trj"; }, "track.trj",
      "neither a \".imp\" ground grid nor a \".flt\" land cover raster"},
-    {"land cover: CR LF in header, projection and class table",
-     [](Case& c) { c.cover(); c.to_crlf("cover.hdr"); c.to_crlf("cover.prj"); c.to_crlf(kTable); }, "", "", kReference},
     {"land cover: text for the angles", [](Case& c) { c.cover(); c.replace("cover.prj", "  29  30", "  north"); },
      "cover.prj:9", "expected a real number, found 'north'"},
     {"land cover: a class beyond 200", [](Case& c) { c.cover(); c.cells(300); },
@@ -331,12 +290,10 @@ const Breakage kCases[] = {
 
     // A site file that cannot be read gives the reference receiver; what it held before an end of
     // file stands.
-    {".sit: CR LF", [](Case& c) { c.sit(); c.to_crlf("sites.sit"); }, "", "", sites_are({"North", "East"})},
     {".sit: missing", [](Case& c) { c.sit(); c.remove("sites.sit"); }, "", "", kReference},
     {".sit: text", [](Case& c) { c.sit(); c.replace("sites.sit", "4000300.0", "north"); }, "", "", kReference},
     {".sit: empty, no receivers", [](Case& c) { c.sit(); c.write("sites.sit", ""); }, "",
      "out.tis: the result has no rows: the case has no receivers", sites_are({})},
-    {".sit: a device", [](Case& c) { c.ctl[2] = "/dev/zero"; }, "/dev/zero", "it is a device"},
     {".sit: cut in its second site, which the run names", [](Case& c) { c.sit(); c.cut("sites.sit", 45); }, "", "",
      sites_are({"North", "Site002"})},
     {".sit: a name of 10 000 characters, cut at 64", [](Case& c) { c.sit(); c.replace("sites.sit", "'North'", kLong); },
@@ -371,7 +328,6 @@ const Breakage kCases[] = {
      "ambient class 2: a name, the A-weighted level and 24 band levels"},
     {"ambient: a class the definition lacks", [](Case& c) { c.amb(); c.write("classes.txt", kNines); },
      "classes.txt", "falls in ambient class 9"},
-    {"ambient: CR LF", [](Case& c) { c.amb(); c.to_crlf("ambient.txt"); c.to_crlf("classes.txt"); }, "", "", kReference},
 
     {"trajectory: missing", [](Case& c) { c.remove("track.trj"); }, "track.trj", "the trajectory file does not exist"},
     {"trajectory: a number for line 1", [](Case& c) { c.replace("track.trj", "Flight track", "12345"); }, "track.trj",
@@ -382,7 +338,6 @@ const Breakage kCases[] = {
      "columns 7-11: expected a real number"},
     {"trajectory: a point line of text is passed over", [](Case& c) { c.replace("track.trj", "4000200.000", "a"); },
      "", ""},
-    {"trajectory: CR LF", [](Case& c) { c.to_crlf("track.trj"); }, "", "", kReference},
     {"trajectory: a named pipe", [](Case& c) { c.remove("track.trj"); ::mkfifo(c.dir.path("track.trj").c_str(), 0644); },
      "track.trj", "it is a named pipe, a regular file was expected"},
     {"trajectory: a line longer than 1 MiB", [](Case& c) { c.replace("track.trj", "head line 3", std::string(1 << 21, 'h')); },
@@ -396,12 +351,10 @@ const Breakage kCases[] = {
     {"source list: text where the lowest source height belongs", [](Case& c) { c.replace("src.lst", "1600\n", "1600\nhigh\n"); },
      "src.lst:11", "the lowest source height in feet, or the end of the list"},
     {"source list: a type of 10 000 characters", [](Case& c) { c.replace("src.lst", "Other", kLong); }, "", ""},
-    {"source list and table: CR LF", [](Case& c) { c.to_crlf("src.lst"); c.to_crlf("t.tab"); }, "", "", kReference},
     {"source table: cut", [](Case& c) { c.cut("t.tab", 300); }, "t.tab:", "unexpected end of file"},
     {"source table: text for a level", [](Case& c) { c.replace("t.tab", " 71.0", " loud"); }, "t.tab:3",
      "columns 21-25: expected a real number"},
 
-    {"hemisphere: unbroken", [](Case& c) { c.hemi(); }, "", "", kReference},
     {"hemisphere: missing", [](Case& c) { c.ctl[6] = "jet.nc"; }, "jet.nc", "hemisphere file not found"},
     // A file cut short once gave zeros as levels.
     {"hemisphere: cut in its levels", [](Case& c) { c.hemi(); c.cut("jet.nc", 450); }, "jet.nc",
@@ -427,7 +380,6 @@ const Breakage kCases[] = {
      "expected a real number, found 'some'"},
     {"Nord2000 parameters: 10 000 characters behind a value",
      [](Case& c) { c.nord(kNord); c.replace("nord.txt", "0.25", "0.25 " + kLong); }, "", ""},
-    {"Nord2000 parameters: CR LF", [](Case& c) { c.nord(crlf(kNord)); }, "", ""},
 };
 
 }  // namespace

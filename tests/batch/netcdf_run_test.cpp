@@ -1,14 +1,6 @@
-// Runs with the option "CDF": a grid run and a site run of one small case write .nc beside .tig and
-// .tis, and every value of the .nc is read back against the text; GDAL and xarray, as real clients,
-// place the lattice and decode the coordinates.
-//
-// The case: a 5 x 5 terrain of 10 km spacing from (480000, 3980000) in zone 11, a flight east along
-// y = 3975000 at t = 0, 10, 20, 30 s, a source of three bands from 500 Hz (band numbers 27 to 29),
-// a time offset of 1 h 0 min 0.5 s. The grid block is columns 2..5 and rows 1..3 of 5 x 5 positions:
-// x = 490000 .. 520000 and y = 3980000 .. 4000000 by hand, spacing 10000. Receivers farther than
-// the distance limit (18288 m) from every point are passed over, (520000, 4000000) among them; near
-// ones have points beyond the limit too. Sites: one computed, one on the ground (passed over), one
-// whose points are all beyond the limit.
+// Runs with the option "CDF": a grid run and a site run of one small case (netcdf_case in
+// case_builder.h) write .nc beside .tig and .tis, and every value of the .nc is read back against
+// the text; GDAL and xarray, as real clients, place the lattice and decode the coordinates.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -84,27 +76,11 @@ class NetcdfRun : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         dir = new CaseDir("netcdf_run");
-        dir->write_grid("t.grd", "ZALT", 5, 5, 10000.0f, 480000.0f, 3980000.0f, 11,
-                        [](int i, int j) { return 20.0f + static_cast<float>(i + j); });
-        dir->write_trajectory("t.trj", 59.0, 70.0,
-                              {{0, 470000, 3975000, 300, 90, 0, 100, 80, 0}, {10, 480000, 3975000, 300, 90, 0, 100, 80, 0},
-                               {20, 490000, 3975000, 300, 90, 0, 100, 80, 0}, {30, 500000, 3975000, 300, 90, 0, 100, 80, 0}});
-        dir->write_source("s.lst", "s.tab", {500.0f, 630.0f, 800.0f},
-                          [](int b, int a) { return 90.0f + 2.0f * static_cast<float>(b) + 0.1f * static_cast<float>(a); });
-        dir->write("sites.txt", "x y z name\n490000 3980000 1.2 One\n500000 3980000 0.0 Ground\n520000 4000000 1.2 Far\n");
-        dir->write_control("c.ctl", {"t.grd", "-", "sites.txt", "t.trj", "-", "-", "s.lst"});
-        std::string script = "open\nc.ctl\n";
-        for (const std::string opt : {"no", "CDF"}) {
-            const std::string time = "\nhrs:    1\nmin:    0\nsec:  0.500\n";
-            script += "grid\ng\nii:    5\nii:    2   5\njj:    5\njj:    1   3\nopt: " + opt + time;
-            script += "site\ns\nopt: " + opt + time;
-        }
-        dir->write("run.txt", script);
-        ASSERT_EQ(shell("'" + std::string(TN_BINARY_DIR) + "/tracknoise' --threads 2 run.txt > out.txt 2>&1"), 0)
-            << dir->read("out.txt");
+        netcdf_case(*dir);
+        ASSERT_EQ(shell("'" + kProgram + "' --threads 2 run.txt > out.txt 2>&1"), 0) << dir->read("out.txt");
     }
     static void TearDownTestSuite() { delete dir; }
-    static int shell(const std::string& cmd) { return std::system(("cd '" + dir->dir().string() + "' && " + cmd).c_str()); }
+    static int shell(const std::string& cmd) { return tntest::shell(*dir, cmd); }
     static CaseDir* dir;
 };
 CaseDir* NetcdfRun::dir = nullptr;
@@ -118,6 +94,7 @@ TEST_F(NetcdfRun, GridAndSiteValuesEqualTheText) {
     EXPECT_EQ(g.doubles("x"), (std::vector<double>{490000, 500000, 510000, 520000}));
     EXPECT_EQ(g.doubles("y"), (std::vector<double>{3980000, 3990000, 4000000}));
     EXPECT_EQ(g.ints("band_number"), (std::vector<int>{27, 28, 29}));
+    EXPECT_EQ(g.floats("frequency"), (std::vector<float>{500, 630, 800}));
     EXPECT_EQ(g.chunks("level"), (std::vector<size_t>{4, 1, 3, 1}));   // all points, one column's rows
     int computed = 0, passed = 0;
     for (int i = 2; i <= 5; ++i) {

@@ -17,12 +17,11 @@ using namespace tntest;
 
 namespace {
 
-const std::string kProgram = std::string(TN_BINARY_DIR) + "/tracknoise";
 // The program's path as the console shows it: the whole 255-character field, trailing blanks too.
 const std::string kProgramField = kProgram + std::string(255 - kProgram.size(), ' ');
 const std::string kOpen = "open\ncase.ctl\n";
 const std::string kBlock = "ii:    3\nii:    1   3\njj:    2\njj:    1   2\n";
-const std::string kBlock2 = "ii:    5\nii:    2   3\njj:    5\njj:    4   4\n";
+const std::string kBlock2 = "ii:    5\nii:    2   3\njj:    7\njj:    4   4\n";
 
 std::string grid_run(const std::string& out, const std::string& block, const char* opt = "no") {
     return "grid\n" + out + "\n" + block + "opt: " + opt + "\nhrs:    0\nmin:    0\nsec:  0.000\n";
@@ -34,29 +33,11 @@ int count_of(const std::string& text, const std::string& what) {
     return n;
 }
 
-// A hemisphere of three bands (500, 630 and 800 Hz) whose level is `level` in every direction.
-void hemisphere(const CaseDir& dir, const std::string& nc, int level) {
-    std::string levels;
-    for (int k = 0; k < 12; ++k) levels += (k ? ", " : "") + std::to_string(level);
-    dir.write("h.cdl", "netcdf h {\ndimensions:\n frequency = 3 ;\n azimuth = 2 ;\n polar = 2 ;\nvariables:\n"
-                       " float frequency(frequency) ;\n float azimuth(azimuth) ;\n float polar(polar) ;\n"
-                       " float level(azimuth, polar, frequency) ;\n :reference_distance = 304.8 ;\ndata:\n"
-                       " frequency = 500, 630, 800 ;\n azimuth = 0, 180 ;\n polar = 0, 180 ;\n level = " +
-                           levels + " ;\n}\n");
-    ASSERT_EQ(std::system(("ncgen -o '" + dir.path(nc) + "' '" + dir.path("h.cdl") + "'").c_str()), 0);
-}
-
-// A trajectory whose points, a second apart at one position 300 m up, name their sources in columns
-// 137 on; control line 7 names `first`.
+// Sources named on points a second apart at one position 300 m up; control line 7 names `first`.
 void named_points(const CaseDir& dir, const std::string& first, const std::vector<std::string>& names) {
-    std::string t = "Flight track\n" + std::string(11, '\n') + "Temp:  59.0\nRelHum:  0.0\nhead\nhead\n";
-    char buf[200];
-    for (std::size_t n = 0; n < names.size(); ++n) {
-        std::snprintf(buf, sizeof buf, "%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f \"", 1.0 * n, 500000.0,
-                      4000000.0, 300.0, 90.0, 0.0, 100.0, 80.0, 0.0);
-        t += buf + names[n] + "\"\n";
-    }
-    dir.write("track.trj", t);
+    std::vector<std::pair<double, std::string>> points;
+    for (const std::string& n : names) points.push_back({500000.0, n});
+    write_named_track(dir, points, 1.0);
     dir.write_control("case.ctl", {"terrain.grd", "-", "-", "track.trj", "-", "-", first});
 }
 
@@ -185,15 +166,15 @@ const Row kRows[] = {
      },
      .args = {"bin/tracknoise", "run.txt"}},
 
-    // Grid runs: the block in the header; the heading on the console, but eight-digit names for a
-    // table; a block far outside the grid, 100 km away, costs only its console line.
+    // Grid runs: the block in the header (7 rows, 5 columns: counts that a swap would show); the
+    // heading on the console, but eight-digit names for a table; a block far outside the grid, 100 km away, costs only its console line.
     {.what = "grid run: the block in the header and the names on the console",
      .script = kOpen + grid_run("g", kBlock2) + grid_run("g", kBlock2, "yes"),
      .out = {"      0002    0004\r      0003    0004\n", "00020004\r00030004\n"},
      .check = [](const CaseDir& d, const std::string&) {
          const std::vector<std::string> g = lines_of(d.read("g.tig"));
          EXPECT_EQ(std::vector<std::string>(g.begin() + 6, g.begin() + 12),
-                   (std::vector<std::string>{"ii:    2     3     5", "jj:    4     4     5", "track.trj", "src.lst",
+                   (std::vector<std::string>{"ii:    2     3     5", "jj:    4     4     7", "track.trj", "src.lst",
                                              "---End File Header---", "Site: 00020004" + std::string(56, ' ')}));
      }},
     {.what = "a grid block out of range", .script = kOpen + grid_run("g", "ii:    2\nii: 10001000\njj:    2\njj:    1   1\n"),
@@ -223,7 +204,7 @@ const Row kRows[] = {
     // stands when its file is opened: for a second run, the name the last point of the first left.
     {.what = "hemispheres change along the trajectory", .script = kOpen + site_run("out") + site_run("again"),
      .prepare = [](const CaseDir& d) {
-         hemisphere(d, "a.nc", 70), hemisphere(d, "b.nc", 80), hemisphere(d, "b.NC", 80);
+         flat_hemisphere(d, "a.nc", 70), flat_hemisphere(d, "b.nc", 80), flat_hemisphere(d, "b.NC", 80);
          named_points(d, d.path("a.nc"), {d.path("a.nc"), "b.nc", "a.nc", "b.NC"});
      },
      .check = [](const CaseDir& d, const std::string&) {
@@ -249,7 +230,7 @@ const Row kRows[] = {
     {.what = "relative hemisphere names follow the working folder", .script = kOpen + site_run("out"),
      .prepare = [](const CaseDir& d) {
          fs::create_directories(d.dir() / "sources");
-         hemisphere(d, "a.nc", 70), hemisphere(d, "sources/a.nc", 80);
+         flat_hemisphere(d, "a.nc", 70), flat_hemisphere(d, "sources/a.nc", 80);
          d.write_source("sources/t.lst", "t.tab", {500.0f, 630.0f, 800.0f}, [](int, int) { return 60.0f; });
          fs::rename(d.path("t.tab"), d.path("sources/t.tab"));
          named_points(d, d.path("a.nc"), {d.path("a.nc"), "a.nc", d.path("sources/t.lst"), "a.nc"});

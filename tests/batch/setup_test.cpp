@@ -97,9 +97,7 @@ TEST(Setup, ClearStopsOfACaseThatCannotBeBuilt) {
     const std::string no_version = std::string("NINJ\x02\0\0\0\x04\0\0\0\x04\0\0\0", 16) + std::string(64, '\0') +
                                    std::string("ENDF\0\0\0\0", 8);
     const struct { int line; const char* file; std::string text; const char* message; } cases[] = {
-        {0, "none.grd", "", "none.grd: cannot open the file"},
         {0, "v.grd", no_version, "v.grd: the terrain grid has no accepted version record"},
-        {6, "none.lst", "", "none.lst: cannot open the file"},
         {3, "-", "", "the trajectory file does not exist; a case needs a trajectory"},
         {4, "wx.txt", "profile\n\n\n\n\n\n\n        10.00\n", "the weather profile has no levels"},
     };

@@ -23,7 +23,6 @@ using namespace tntest;
 
 namespace {
 
-const std::string kProgram = std::string(TN_BINARY_DIR) + "/tracknoise";
 constexpr double kBandTab[32] = {10, 12.5, 16, 20, 25, 31.5, 40, 50, 63, 80, 100, 125, 160, 200, 250, 315,
                                  400, 500, 630, 800, 1000, 1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000,
                                  10000, 12500};

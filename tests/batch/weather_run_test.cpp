@@ -3,9 +3,6 @@
 // calculation, not a snapshot of the program's output), and the run that cannot find the library.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 
 #include "case_builder.h"
@@ -14,8 +11,6 @@
 using namespace tntest;
 
 namespace {
-
-const std::string kProgram = std::string(TN_BINARY_DIR) + "/tracknoise";
 
 // The case: flat terrain at 250 m (5 by 5 nodes, 1000 m apart, node (1, 1) at (498000, 3998000),
 // zone 11); default ground; one receiver 1.5 m above ground at (500000, 4000000); a source of two
@@ -54,10 +49,7 @@ struct WeatherCase {
     // Runs the program in the case's folder with the environment given (and no library named
     // unless it says so); returns the exit code.
     int run(const std::string& env, const std::string& program = kProgram) const {
-        const std::string cmd = "cd '" + dir.dir().string() + "' && env -u TRACKNOISE_NORD2000 " + env + " '" +
-                                program + "' run.txt > console.txt 2> errors.txt";
-        const int status = std::system(cmd.c_str());
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return shell(dir, "env -u TRACKNOISE_NORD2000 " + env + " '" + program + "' run.txt > console.txt 2> errors.txt");
     }
 };
 

@@ -4,21 +4,13 @@
 // job with a message, a non-zero exit and no result file. Skipped when tracknoise-mpi is not built.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cmath>
-#include <cstdlib>
 #include <functional>
-#include <limits>
 
 #include "batch/case_builder.h"
 
 using namespace tntest;
 
 namespace {
-
-const std::string kBin = std::string(TN_BINARY_DIR);
 
 #define SKIP_WITHOUT_MPI()                                                              \
     if (!TN_MPI_BUILT) GTEST_SKIP() << "tracknoise-mpi is not built (no MPI found)";   \
@@ -31,14 +23,8 @@ struct Outcome {
 
 // Runs a command in the case folder with a fixed date; standard output and error are kept.
 Outcome in_case(const CaseDir& dir, const std::string& command, const std::string& env = "") {
-    const std::string cmd = "cd '" + dir.dir().string() + "' && env SOURCE_DATE_EPOCH=1700000000 " + env + " " +
-                            command + " > console.txt 2> errors.txt";
-    const int status = std::system(cmd.c_str());
-    Outcome o;
-    o.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    o.out = dir.read("console.txt");
-    o.err = dir.read("errors.txt");
-    return o;
+    const int code = shell(dir, "env SOURCE_DATE_EPOCH=1700000000 " + env + " " + command + " > console.txt 2> errors.txt");
+    return {code, dir.read("console.txt"), dir.read("errors.txt")};
 }
 
 // mpirun with `ranks` processes of tracknoise-mpi; `wrapper` (a shell text run as "sh -c", with the
@@ -75,64 +61,12 @@ struct SameBytesCase {
     std::string env;
 };
 
-const std::string kTime = "\nhrs:    0\nmin:    0\nsec:  0.000\n";
-
-std::string grid_block(const std::string& out, int count, int first, int last, const char* opt) {
-    char b[200];
-    std::snprintf(b, sizeof b, "grid\n%s\nii: %4d\nii: %4d%4d\njj: %4d\njj: %4d%4d\nopt: %s", out.c_str(), count,
-                  first, last, count, 1, count, opt);
-    return b + kTime;
-}
-
 void copy_flyover(CaseDir& dir) {
     fs::copy(fs::path(TN_SOURCE_DIR) / "examples" / "flyover", dir.dir(), fs::copy_options::recursive);
-    ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && '" + kBin +
-                           "/tracknoise-asc2grid' terrain.asc terrain.grd ZALT 11 && '" + kBin +
-                           "/tracknoise-asc2grid' ground.asc ground.imp FLOW 11")
-                              .c_str()),
-              0);
+    ASSERT_EQ(example_grids(dir), 0);
     // The example's runs (sites as text and as a table, a grid as text) and a grid as a table.
     dir.write("more.run", dir.read("flyover.run").substr(0, dir.read("flyover.run").rfind("stop")) +
                               grid_block("grid_table", 15, 1, 15, "yes") + "stop\n");
-}
-
-// Receivers on a column of not-a-number heights take the height kept from the receiver before: the
-// first run goes in order; the second keeps clear of that column and the cells beside it, and is
-// spread.
-void kept_height_case(CaseDir& dir) {
-    dir.write_grid("t.grd", "ZALT", 11, 11, 100.0f, 500000.0f, 4000000.0f, 11, [](int i, int j) {
-        return i == 6 ? std::numeric_limits<float>::quiet_NaN() : 20.0f * static_cast<float>(i + j);
-    });
-    dir.write_trajectory("track.trj", 59.0, 70.0,
-                         {{0, 499500, 4000500, 600, 90, 0, 100, 80, 0}, {2, 500500, 4000500, 600, 90, 0, 100, 80, 0},
-                          {4, 501500, 4000500, 600, 90, 0, 100, 80, 0}});
-    dir.write_source("s.lst", "s.tab", {500.0f, 1000.0f, 2000.0f}, [](int b, int a) { return 80.0f + b + 0.1f * a; });
-    dir.write_control("c.ctl", {"t.grd", "-", "-", "track.trj", "-", "-", "s.lst"});
-    dir.write("run.txt", "open\nc.ctl\n" + grid_block("g", 11, 1, 11, "no") + grid_block("h", 11, 8, 11, "no"));
-}
-
-// A hemisphere (CDL text for ncgen) of three bands at `level` dB in every direction.
-std::string flat_hemisphere(int level) {
-    std::string l = std::to_string(level), levels;
-    for (int k = 0; k < 12; ++k) levels += (k ? ", " : "") + l;
-    return "netcdf h {\ndimensions:\n frequency = 3 ;\n azimuth = 2 ;\n polar = 2 ;\nvariables:\n"
-           " float frequency(frequency) ;\n float azimuth(azimuth) ;\n float polar(polar) ;\n"
-           " float level(azimuth, polar, frequency) ;\n :reference_distance = 304.8 ;\ndata:\n"
-           " frequency = 500, 630, 800 ;\n azimuth = 0, 180 ;\n polar = 0, 180 ;\n level = " +
-           levels + " ;\n}\n";
-}
-
-// A trajectory whose points name their sources, point n at time 2n, at the x given, y 4000000,
-// 300 m up. The first name must be a whole path, which says that every point names one.
-void write_named_track(const CaseDir& dir, const std::vector<std::pair<double, std::string>>& points) {
-    std::string t = "Flight track\n\n\n\n\n\n\n\n\n\n\n\nTemp:  59.0\nRelHum: 50.0\nhead\nhead\n";
-    char buf[1024];
-    for (std::size_t n = 0; n < points.size(); ++n) {
-        std::snprintf(buf, sizeof buf, "%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f%15.3f \"%s\"\n", 2.0 * n,
-                      points[n].first, 4000000.0, 300.0, 90.0, 0.0, 100.0, 80.0, 0.0, points[n].second.c_str());
-        t += buf;
-    }
-    dir.write("track.trj", t);
 }
 
 // Sources named at every point, relative hemisphere names among them, and a table list in a folder
@@ -141,9 +75,8 @@ void write_named_track(const CaseDir& dir, const std::vector<std::pair<double, s
 // first point: the name it leaves is the one the second run's header shows. All runs are spread.
 void named_sources_case(CaseDir& dir) {
     fs::create_directories(dir.dir() / "sources");
-    dir.write("a.cdl", flat_hemisphere(70));
-    dir.write("sources/a.cdl", flat_hemisphere(80));
-    ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cd sources && ncgen -o a.nc a.cdl").c_str()), 0);
+    flat_hemisphere(dir, "a.nc", 70);
+    flat_hemisphere(dir, "sources/a.nc", 80);
     dir.write_source("sources/t.lst", "t.tab", {500.0f, 630.0f, 800.0f}, [](int b, int a) { return 60.0f + b + 0.2f * a; });
     fs::rename(dir.dir() / "t.tab", dir.dir() / "sources" / "t.tab");
     dir.write_grid("flat.grd", "ZALT", 41, 11, 1000.0f, 465000.0f, 3995000.0f, 11, [](int i, int j) { return 2.0f * (i + j); });
@@ -154,8 +87,7 @@ void named_sources_case(CaseDir& dir) {
     sites += "466000 4000000 1.5 'West'\n";
     dir.write("sites.txt", sites);
     dir.write_control("c.ctl", {"flat.grd", "-", "sites.txt", "track.trj", "-", "-", "sources/t.lst"});
-    dir.write("run.txt", "open\nc.ctl\nsite\nfirst\nopt: no" + kTime + "site\nsecond\nopt: no" + kTime +
-                             grid_block("third", 6, 1, 6, "yes"));
+    dir.write("run.txt", "open\nc.ctl\n" + site_run("first") + site_run("second") + grid_block("third", 6, 1, 6, "yes"));
 }
 
 // The weather path goes in order on rank 0, whatever the processes.
@@ -175,10 +107,8 @@ const SameBytesCase kCases[] = {
      {"flyover_sites.tis", "flyover_table.dbf", "flyover_table.dbt", "flyover_grid.tig", "grid_table.dbf",
       "grid_table.dbt"},
      1, ""},
-    {"bench", [](CaseDir& dir) {
-         ASSERT_EQ(std::system(("'" + kBin + "/tracknoise-benchcase' '" + dir.dir().string() + "' 14 40 60").c_str()), 0);
-     },
-     "bench.run", {"bench.tig"}, 2, ""},
+    {"bench", [](CaseDir& dir) { ASSERT_EQ(shell(dir, "'" + kBin + "/tracknoise-benchcase' . 14 40 60"), 0); }, "bench.run",
+     {"bench.tig"}, 2, ""},
     {"kept_height", kept_height_case, "run.txt", {"g.tig", "h.tig"}, 1, ""},
     {"named_sources", named_sources_case, "run.txt",
      {"first.tis", "sources/second.tis", "sources/third.dbf", "sources/third.dbt"}, 2, ""},
@@ -264,15 +194,15 @@ TEST(MpiRuns, BadInputMetInsideAWorkersBlockEndsTheJob) {
     CaseDir dir("mpi_bad_block");
     // Every point after the first names a hemisphere read from the working folder; no receiver
     // goes in order, so a process meets the file first inside a block of its own.
-    dir.write("a.cdl", flat_hemisphere(70));
-    ASSERT_EQ(std::system(("cd '" + dir.dir().string() + "' && ncgen -o a.nc a.cdl && cp a.nc h.nc").c_str()), 0);
+    flat_hemisphere(dir, "a.nc", 70);
+    fs::copy_file(dir.path("a.nc"), dir.path("h.nc"));
     dir.write_grid("flat.grd", "ZALT", 11, 11, 1000.0f, 495000.0f, 3995000.0f, 11, [](int, int) { return 10.0f; });
     write_named_track(dir, {{499000.0, dir.path("a.nc")}, {500000.0, "h.nc"}, {501000.0, "h.nc"}});
     std::string sites = "x y z name\n";
     for (int k = 0; k < 30; ++k) sites += std::to_string(496000 + 300 * k) + " 4001000 1.5 'S" + std::to_string(k) + "'\n";
     dir.write("sites.txt", sites);
     dir.write_control("c.ctl", {"flat.grd", "-", "sites.txt", "track.trj", "-", "-", dir.path("a.nc")});
-    dir.write("run.txt", "open\nc.ctl\nsite\nout\nopt: no" + kTime);
+    dir.write("run.txt", "open\nc.ctl\n" + site_run("out"));
     copy_to_bad(dir);
     dir.write("bad/h.nc", "not a hemisphere\n");
     const Outcome o = in_case(dir, mpi_command(3, 1, "run.txt", kRank2InBad));

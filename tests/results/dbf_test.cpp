@@ -14,11 +14,9 @@ using namespace tntest;
 namespace {
 
 // Runs each test in a scratch folder with a fixed date, 2015-05-15 12:00 UTC.
-struct Dbf : ::testing::Test {
-    ScratchDir dir;
-    const std::filesystem::path here = std::filesystem::current_path();
-    Dbf() { std::filesystem::current_path(dir.path); setenv("SOURCE_DATE_EPOCH", "1431691200", 1); }
-    ~Dbf() override { unsetenv("SOURCE_DATE_EPOCH"); std::filesystem::current_path(here); }
+struct Dbf : InScratch {
+    Dbf() { setenv("SOURCE_DATE_EPOCH", "1431691200", 1); }
+    ~Dbf() override { unsetenv("SOURCE_DATE_EPOCH"); }
 };
 
 std::string le32(std::uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }

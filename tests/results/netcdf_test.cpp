@@ -1,9 +1,8 @@
-// The NetCDF writer on the hand-built sample run (a site run), read back through the netCDF library;
-// a run that stops part-way; an empty grid block; the chunk shapes.
+// The NetCDF writer: a run that stops part-way, an empty grid block, the chunk shapes. Its values are
+// the NetCDF run test's, against the text files of the same run.
 #include "results/netcdf.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -15,11 +14,7 @@ using namespace tntest;
 
 namespace {
 
-struct Netcdf : ::testing::Test {
-    ScratchDir dir;
-    const std::filesystem::path here = std::filesystem::current_path();
-    Netcdf() { std::filesystem::current_path(dir.path); }
-    ~Netcdf() override { std::filesystem::current_path(here); }
+struct Netcdf : InScratch {
     std::vector<std::string> files() const {
         std::vector<std::string> names;
         for (const auto& e : std::filesystem::directory_iterator(dir.path)) names.push_back(e.path().filename().string());
@@ -28,34 +23,7 @@ struct Netcdf : ::testing::Test {
     }
 };
 
-// Equal, or both NaN.
-bool same(const std::vector<float>& got, const std::vector<float>& want) {
-    return std::equal(got.begin(), got.end(), want.begin(), want.end(),
-                      [](float a, float b) { return std::isnan(b) ? std::isnan(a) : a == b; });
-}
-
 }  // namespace
-
-// Expected values from sample_run.h's construction, by hand: tenths over 10 as the float nearest
-// the decimal; NaN for -999 (the out-of-range point) and for all of the site passed over; the
-// metric of the out-of-range point (-42) kept. Band k of the run is Outrow column Bandoff + 1 + k.
-TEST_F(Netcdf, SampleSiteRunReadsBack) {
-    const SampleRun s = sample_run("run.nc");
-    write_sample(*make_netcdf_writer(), s);
-    const NcRead nc("run.nc");
-    const float nan = NAN;
-    EXPECT_TRUE(same(nc.floats("level_a"), {nan, nan, nan, 59.8f, 59.7f, nan}));
-    EXPECT_TRUE(same(nc.floats("detectability"), {nan, nan, nan, 17.0f, 16.0f, -42.0f}));
-    EXPECT_TRUE(same(nc.floats("time"), {nan, nan, nan, 10.25f, 20.25f, 30.25f}));
-    const std::vector<float> level = nc.floats("level");   // (site, point, band), 14 bands from 50 Hz
-    ASSERT_EQ(level.size(), 2u * 3u * 14u);
-    EXPECT_EQ(level[(1 * 3 + 0) * 14 + 0], 49.0f);
-    EXPECT_EQ(level[(1 * 3 + 1) * 14 + 13], 62.1f);
-    EXPECT_TRUE(std::isnan(level[(1 * 3 + 2) * 14 + 5]) && std::isnan(level[(0 * 3 + 1) * 14 + 5]));
-    EXPECT_EQ(nc.ints("band_number").front(), 17);
-    EXPECT_EQ(nc.floats("frequency").back(), 1000.0f);
-    EXPECT_EQ(nc.strings("site_name"), (std::vector<std::string>{"Ground_Level", "Airport_North"}));
-}
 
 // A run that stops part-way (the writer is dropped without finish) leaves the earlier file as it
 // was and nothing else: no partial file, no lock. A name in a missing folder stops with the message

@@ -77,6 +77,23 @@ inline SampleRun sample_run(const std::string& Runout) {
     return s;
 }
 
+// A test in a scratch folder, the working folder while the test lasts.
+struct InScratch : ::testing::Test {
+    ScratchDir dir;
+    const std::filesystem::path here = std::filesystem::current_path();
+    InScratch() { std::filesystem::current_path(dir.path); }
+    ~InScratch() override { std::filesystem::current_path(here); }
+};
+
+// The lines of a text, which must end with a line end.
+inline std::vector<std::string> split_lines(const std::string& text) {
+    std::vector<std::string> v;
+    std::size_t at = 0;
+    for (std::size_t nl; (nl = text.find('\n', at)) != std::string::npos; at = nl + 1) v.push_back(text.substr(at, nl - at));
+    EXPECT_EQ(at, text.size()) << "the text ends inside a line";
+    return v;
+}
+
 // Writes the sample run with `w` in a scratch folder (the current folder during the test), at a
 // fixed date for the headers that take today's.
 inline void write_sample(tn::ResultWriter& w, const SampleRun& s) {

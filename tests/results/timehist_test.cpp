@@ -10,20 +10,7 @@ using namespace tntest;
 
 namespace {
 
-struct Timehist : ::testing::Test {
-    ScratchDir dir;
-    const std::filesystem::path here = std::filesystem::current_path();
-    Timehist() { std::filesystem::current_path(dir.path); }
-    ~Timehist() override { std::filesystem::current_path(here); }
-};
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> v;
-    std::size_t at = 0;
-    for (std::size_t nl; (nl = text.find('\n', at)) != std::string::npos; at = nl + 1) v.push_back(text.substr(at, nl - at));
-    EXPECT_EQ(at, text.size()) << "the file ends inside a line";
-    return v;
-}
+using Timehist = InScratch;
 
 // Columns F, A and bands 10 to 41 of a data line, four wide each after a blank; bands 17 to 30 hold
 // 400 + 10 (b - 8) + n in range, -999 beyond.
@@ -43,7 +30,7 @@ std::string columns(int flat, int a, int n, bool in_range = true) {
 // in every level and its metric as computed.
 TEST_F(Timehist, WriterOnTheSampleRun) {
     write_sample(*make_time_history_writer(true, true), sample_run("run.tis"));
-    const std::vector<std::string> got = lines(read_bytes("run.tis"));
+    const std::vector<std::string> got = split_lines(read_bytes("run.tis"));
     std::string ambient = "   0 AMBIENT     -999  452";
     for (int b = 10; b <= 41; ++b) {
         char buf[8];
@@ -72,19 +59,11 @@ TEST_F(Timehist, WriterOnTheSampleRun) {
     EXPECT_EQ(got[18].size(), 192u);
 }
 
-// A grid run's header adds the block; a name beginning with "-" keeps the header alone, and one with
-// neither ".tig" nor ".tis" gets section headers without lines.
-TEST_F(Timehist, GridBlockAndNamesWithoutRows) {
-    SampleRun run = sample_run("g.tig");
-    run.header.grid = true;
-    run.header.block = {5, 2, 3, 7, 4, 4};
-    write_sample(*make_time_history_writer(true, true), run);
-    const std::vector<std::string> g = lines(read_bytes("g.tig"));
-    EXPECT_EQ(g[6], "ii:    2     3     5");
-    EXPECT_EQ(g[7], "jj:    4     4     7");
-
+// A name beginning with "-" keeps the header alone, and one with neither ".tig" nor ".tis" gets
+// section headers without lines. (A grid run's block in the header is the run table's.)
+TEST_F(Timehist, NamesWithoutRows) {
     write_sample(*make_time_history_writer(false, true), sample_run("-a.tis"));
-    EXPECT_EQ(lines(read_bytes("-a.tis")).size(), 9u);
+    EXPECT_EQ(split_lines(read_bytes("-a.tis")).size(), 9u);
     write_sample(*make_time_history_writer(true, false), sample_run("a.ti"));
-    EXPECT_EQ(lines(read_bytes("a.ti")).size(), 9u + 9u);
+    EXPECT_EQ(split_lines(read_bytes("a.ti")).size(), 9u + 9u);
 }
