@@ -125,22 +125,11 @@ char* put_i(char* out, long long v, int w) {
         return out + 4;
     }
     if (w <= 0) return out;
-    char buf[32];
-    char* const end = buf + sizeof buf;
-    char* p = end;
-    unsigned long long mag = v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
-    do {
-        *--p = static_cast<char>('0' + mag % 10);
-        mag /= 10;
-    } while (mag != 0);
-    if (v < 0) *--p = '-';
-    const int len = static_cast<int>(end - p);
-    if (len > w) {
-        std::memset(out, '*', static_cast<std::size_t>(w));
-    } else {
-        std::memset(out, ' ', static_cast<std::size_t>(w - len));
-        std::memcpy(out + (w - len), p, static_cast<std::size_t>(len));
-    }
+    // Any other value or width: the general writer's characters (rare in rows: no growth beyond
+    // the string's own buffer for widths up to 15).
+    std::string field;
+    append_i(field, v, w);
+    std::memcpy(out, field.data(), static_cast<std::size_t>(w));
     return out + w;
 }
 

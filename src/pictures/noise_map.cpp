@@ -316,17 +316,9 @@ OGRLayerH contour_layer(GDALDatasetH ds, GDALRasterBandH band, const std::vector
     }
     std::string fixed;
     for (double L : levels) fixed += (fixed.empty() ? "" : ",") + num(L);
-    char** opts = CSLSetNameValue(nullptr, "FIXED_LEVELS", fixed.c_str());
     int has_nodata = 0;
     const double nodata = GDALGetRasterNoDataValue(band, &has_nodata);
-    if (has_nodata) opts = CSLSetNameValue(opts, "NODATA", num(nodata).c_str());
-    if (filled) {
-        opts = CSLSetNameValue(opts, "POLYGONIZE", "YES");
-        opts = CSLSetNameValue(opts, "ELEV_FIELD_MIN", "0");
-        opts = CSLSetNameValue(opts, "ELEV_FIELD_MAX", "1");
-    } else {
-        opts = CSLSetNameValue(opts, "ELEV_FIELD", "0");
-    }
+    char** opts = contour_options(fixed, has_nodata ? num(nodata).c_str() : nullptr, filled);
     const CPLErr e = GDALContourGenerateEx(band, layer, opts, nullptr, nullptr);
     CSLDestroy(opts);
     if (e != CE_None) gdal_failure(name, "cannot draw the contours");

@@ -100,16 +100,7 @@ void write_contours(const std::string& raster, const std::string& path, const st
                 if (err != OGRERR_NONE) gdal_failure(name, "cannot create the field " + std::string(f) + " of " + layer_name);
             }
             if (!any || levels.empty()) continue;   // no value at all: empty layers
-            char** opts = nullptr;
-            opts = CSLSetNameValue(opts, "FIXED_LEVELS", fixed.c_str());
-            if (has_nodata) opts = CSLSetNameValue(opts, "NODATA", number(nodata).c_str());
-            if (filled) {
-                opts = CSLSetNameValue(opts, "POLYGONIZE", "YES");
-                opts = CSLSetNameValue(opts, "ELEV_FIELD_MIN", "0");
-                opts = CSLSetNameValue(opts, "ELEV_FIELD_MAX", "1");
-            } else {
-                opts = CSLSetNameValue(opts, "ELEV_FIELD", "0");
-            }
+            char** opts = contour_options(fixed, has_nodata ? number(nodata).c_str() : nullptr, filled);
             if (GDALDatasetStartTransaction(d.vector, FALSE) != OGRERR_NONE) gdal_failure(name, "cannot write the GeoPackage");
             const CPLErr e = GDALContourGenerateEx(band, layer, opts, nullptr, nullptr);
             CSLDestroy(opts);

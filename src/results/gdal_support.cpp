@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include <cpl_error.h>
+#include <cpl_string.h>
 #include <gdal.h>
 
 #include "io/errors.h"
@@ -39,6 +40,19 @@ void gdal_failure(const std::string& name, const std::string& what) {
     if (CPLGetLastErrorType() >= CE_Failure && *CPLGetLastErrorMsg()) msg += ": " + std::string(CPLGetLastErrorMsg());
     CPLErrorReset();
     throw file_error(name, 0, msg);
+}
+
+char** contour_options(const std::string& fixed_levels, const char* nodata, bool filled) {
+    char** opts = CSLSetNameValue(nullptr, "FIXED_LEVELS", fixed_levels.c_str());
+    if (nodata) opts = CSLSetNameValue(opts, "NODATA", nodata);
+    if (filled) {
+        opts = CSLSetNameValue(opts, "POLYGONIZE", "YES");
+        opts = CSLSetNameValue(opts, "ELEV_FIELD_MIN", "0");
+        opts = CSLSetNameValue(opts, "ELEV_FIELD_MAX", "1");
+    } else {
+        opts = CSLSetNameValue(opts, "ELEV_FIELD", "0");
+    }
+    return opts;
 }
 
 }  // namespace tn

@@ -13,6 +13,7 @@
 #include "io/errors.h"
 #include "io/files.h"
 #include "io/format.h"
+#include "io/netcdf_fill.h"
 #include "io/netcdf_header.h"
 #include "io/netcdf_lock.h"
 #include "results/bands.h"
@@ -41,36 +42,6 @@ std::string number(double v) {
 }
 
 bool is_numeric(nc_type t) { return t >= NC_BYTE && t <= NC_UINT64 && t != NC_CHAR; }
-
-template <typename T>
-double raw_as(const unsigned char* raw) {
-    T v;
-    std::memcpy(&v, raw, sizeof v);
-    return static_cast<double>(v);
-}
-
-// The value that marks a missing value of a numeric variable (its _FillValue, or the library's
-// default); NaN when there is none.
-double fill_of(int ncid, int var) {
-    nc_type type = NC_NAT;
-    if (nc_inq_vartype(ncid, var, &type) != NC_NOERR) return NAN;
-    alignas(8) unsigned char raw[8] = {};
-    int no_fill = 0;
-    if (!is_numeric(type) || nc_inq_var_fill(ncid, var, &no_fill, raw) != NC_NOERR) return NAN;
-    switch (type) {
-        case NC_BYTE: return raw_as<std::int8_t>(raw);
-        case NC_UBYTE: return raw_as<std::uint8_t>(raw);
-        case NC_SHORT: return raw_as<std::int16_t>(raw);
-        case NC_USHORT: return raw_as<std::uint16_t>(raw);
-        case NC_INT: return raw_as<std::int32_t>(raw);
-        case NC_UINT: return raw_as<std::uint32_t>(raw);
-        case NC_INT64: return raw_as<std::int64_t>(raw);
-        case NC_UINT64: return raw_as<std::uint64_t>(raw);
-        case NC_FLOAT: return raw_as<float>(raw);
-        case NC_DOUBLE: return raw_as<double>(raw);
-        default: return NAN;
-    }
-}
 
 // Values equal to the fill value read as NaN.
 template <typename T>
@@ -394,7 +365,7 @@ void NetcdfResultReader::read_floats(int var, const char* name, const std::vecto
         fail(std::string("the values of variable '") + name + "'",
              status == NC_ERANGE ? std::string("values beyond single precision") : std::string("a failure to read them (") + nc_strerror(status) + ")");
     }
-    fills_to_nan(out, fill_of(ncid_, var));
+    fills_to_nan(out, netcdf_fill_value<double>(ncid_, var));
 }
 
 void NetcdfResultReader::read_doubles(int var, const char* name, const std::vector<size_t>& start,
@@ -407,7 +378,7 @@ void NetcdfResultReader::read_doubles(int var, const char* name, const std::vect
     if (status != NC_NOERR) {
         fail(std::string("the values of variable '") + name + "'", std::string("a failure to read them (") + nc_strerror(status) + ")");
     }
-    fills_to_nan(out, fill_of(ncid_, var));
+    fills_to_nan(out, netcdf_fill_value<double>(ncid_, var));
 }
 
 void NetcdfResultReader::read_names(long first, long rows) {

@@ -16,6 +16,7 @@
 
 #include "io/errors.h"
 #include "io/files.h"
+#include "io/netcdf_fill.h"
 #include "io/netcdf_header.h"
 #include "io/netcdf_lock.h"
 
@@ -28,13 +29,6 @@ constexpr std::size_t kMaxLevels = std::size_t{1} << 27;
 
 // Tolerance of the whole-turn test, degrees: azimuths written with a few decimals still wrap.
 constexpr double kTurnTolerance = 1e-3;
-
-template <typename T>
-float raw_as(const unsigned char* raw) {
-    T v;
-    std::memcpy(&v, raw, sizeof v);
-    return static_cast<float>(v);
-}
 
 std::string number(double v) {
     char buf[32];
@@ -94,7 +88,7 @@ public:
         if (status != NC_NOERR)
             fail(std::string("variable '") + name + "' cannot be read as numbers (" + nc_strerror(status) + ")");
 
-        const float fill = fill_value(varid);
+        const float fill = netcdf_fill_value<float>(id_, varid);
         for (std::size_t i = 0; i < count; ++i) {
             if (std::isfinite(values[i]) && values[i] != fill) continue;
             fail(std::string("variable '") + name + "' has a missing or non-finite value at " +
@@ -137,26 +131,6 @@ private:
     }
 
     // The value that marks a missing value of the variable, as float.
-    float fill_value(int varid) const {
-        nc_type type = NC_NAT;
-        nc_inq_vartype(id_, varid, &type);
-        alignas(8) unsigned char raw[8] = {};
-        int no_fill = 0;
-        if (nc_inq_var_fill(id_, varid, &no_fill, raw) != NC_NOERR) return NAN;  // compares unequal
-        switch (type) {
-            case NC_BYTE: return raw_as<std::int8_t>(raw);
-            case NC_UBYTE: return raw_as<std::uint8_t>(raw);
-            case NC_SHORT: return raw_as<std::int16_t>(raw);
-            case NC_USHORT: return raw_as<std::uint16_t>(raw);
-            case NC_INT: return raw_as<std::int32_t>(raw);
-            case NC_UINT: return raw_as<std::uint32_t>(raw);
-            case NC_INT64: return raw_as<std::int64_t>(raw);
-            case NC_UINT64: return raw_as<std::uint64_t>(raw);
-            case NC_FLOAT: return raw_as<float>(raw);
-            case NC_DOUBLE: return raw_as<double>(raw);
-            default: return NAN;
-        }
-    }
 
     // "azimuth 2, polar 5, frequency 7": a flat index of a value as positions from 1 on its axes.
     std::string position(std::size_t flat, const std::vector<const char*>& dims) const {

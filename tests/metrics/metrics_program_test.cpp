@@ -1,8 +1,10 @@
-// tracknoise-metrics as a whole: a grid run of a small case read into a table, a GeoTIFF, contours
-// and a map (the GeoTIFF's georeferencing is the metric raster test's, the lattice's positions the
-// run table's); cumulative metrics of two grid results against a hand calculation; and input
+// tracknoise-metrics as a whole: a grid run of a small case read into a table, a GeoTIFF with the
+// lattice's georeferencing, contours and a map; cumulative metrics of two grid results against a hand calculation; and input
 // that is not right (not a result, cut, receivers that do not match), which stops with the file,
 // the line and a non-zero exit, and leaves no output.
+#include <gdal.h>
+#include <ogr_srs_api.h>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -87,7 +89,19 @@ TEST(MetricsProgram, GridRunGivesATableAGeoTiffAndAMap) {
     EXPECT_EQ(csv[5].substr(0, 9), "00020002,");
     EXPECT_NEAR(std::stod(csv[5].substr(9, 9)), 500000.0 + 400.0 / 3.0, 0.05) << csv[5];
 
-    EXPECT_TRUE(dir.exists("g.metrics.tif"));
+    // The GeoTIFF read back with GDAL, by hand: the left edge lies half a column west of 500000,
+    // the top edge half a row north of row 5 at 4000400. Tolerance 0.05 m: positions are floats.
+    GDALAllRegister();
+    GDALDatasetH ds = GDALOpen(dir.path("g.metrics.tif").c_str(), GA_ReadOnly);
+    ASSERT_NE(ds, nullptr);
+    EXPECT_EQ(GDALGetRasterXSize(ds), 4);
+    EXPECT_EQ(GDALGetRasterYSize(ds), 4);
+    double gt[6];
+    GDALGetGeoTransform(ds, gt);
+    const double want[6] = {500000.0 - 200.0 / 3.0, 400.0 / 3.0, 0.0, 4000450.0, 0.0, -100.0};
+    for (int k = 0; k < 6; ++k) EXPECT_NEAR(gt[k], want[k], 0.05) << k;
+    EXPECT_STREQ(OSRGetAuthorityCode(GDALGetSpatialRef(ds), nullptr), "32611");
+    GDALClose(ds);
     for (const char* left : {"g.metrics.csv.partial", "g.metrics.tif.partial", "g.contours.gpkg.partial", "g.metrics.csv.lock"}) {
         EXPECT_FALSE(dir.exists(left)) << left;
     }
