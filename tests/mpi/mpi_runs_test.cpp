@@ -105,7 +105,7 @@ void weather_case(CaseDir& dir) {
 const SameBytesCase kCases[] = {
     {"flyover", copy_flyover, "more.run",
      {"flyover_sites.tis", "flyover_table.dbf", "flyover_table.dbt", "flyover_grid.tig", "grid_table.dbf",
-      "grid_table.dbt"},
+      "grid_table.dbt", "flyover_sites.nc", "flyover_grid.nc"},
      1, ""},
     {"bench", [](CaseDir& dir) { ASSERT_EQ(shell(dir, "'" + kBin + "/tracknoise-benchcase' . 14 40 60"), 0); }, "bench.run",
      {"bench.tig"}, 2, ""},
