@@ -8,8 +8,6 @@
 #include <string_view>
 
 #include "io/errors.h"
-#include "results/lattice_fit.h"
-#include "results/metrics.h"
 #include "results/netcdf_reader.h"
 #include "support.h"
 
@@ -19,25 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         tnfuzz::write_file("fuzz.nc", std::string_view(reinterpret_cast<const char*>(data), size));
     try {
         tn::NetcdfResultReader r(path);
-        const tn::RunHeader& run = r.header();
-        tn::LatticeFit fit;
-        if (run.grid) fit.start(run.block);
-        tn::EventOptions o;
-        o.bands = {1, 21, 32};
-        tn::ReceiverHistory h;
-        tn::EventMetrics m;
-        std::vector<double> dt;
-        while (r.next(h)) {
-            // Every receiver handed out is computed, with one point per trajectory point.
-            if (!h.computed || h.points.size() != static_cast<std::size_t>(run.Npts)) std::abort();
-            int i = 0, j = 0;
-            if (run.grid && !tn::lattice_index(h.head.Name, i, j)) std::abort();
-            tn::event_metrics(h, o, dt, m);
-            if (m.in_range && !(m.T > 0.0)) std::abort();
-            if (run.grid) fit.add(i, j, h.head.x, h.head.y);
-        }
-        tn::LatticePlacement p;
-        if (run.grid) fit.place(p);
+        tnfuzz::read_history_source(r, true);
     } catch (const tn::RunError& e) {
         tnfuzz::note(e);
     }

@@ -10,6 +10,10 @@
 #include <fstream>
 #include <set>
 
+#include "results/history_source.h"
+#include "results/lattice_fit.h"
+#include "results/metrics.h"
+
 namespace tnfuzz {
 
 namespace fs = std::filesystem;
@@ -189,6 +193,31 @@ void clean_case() {
 void restore_working_folder() {
     std::error_code ec;
     if (fs::current_path(ec) != the_scratch().start) fs::current_path(the_scratch().start, ec);
+}
+
+void read_history_source(tn::HistorySource& r, bool whole) {
+    const tn::RunHeader& run = r.header();
+    tn::LatticeFit fit;
+    if (run.grid) fit.start(run.block);
+    tn::EventOptions o;
+    o.bands = {1, 21, 32};
+    tn::ReceiverHistory h;
+    tn::EventMetrics m;
+    std::vector<double> dt;
+    while (r.next(h)) {
+        if (whole && (!h.computed || h.points.size() != static_cast<std::size_t>(run.Npts))) std::abort();
+        tn::event_metrics(h, o, dt, m);
+        if (m.in_range && !(m.T > 0.0)) std::abort();
+        for (double v : m.TA) {
+            if (m.in_range && !(v >= 0.0)) std::abort();
+        }
+        int i = 0, j = 0;
+        const bool placed = run.grid && tn::lattice_index(h.head.Name, i, j);
+        if (whole && run.grid && !placed) std::abort();
+        if (placed) fit.add(i, j, h.head.x, h.head.y);
+    }
+    tn::LatticePlacement p;
+    if (run.grid) fit.place(p);
 }
 
 }  // namespace tnfuzz

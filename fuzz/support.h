@@ -15,6 +15,10 @@
 
 #include "io/errors.h"
 
+namespace tn {
+class HistorySource;
+}
+
 namespace tnfuzz {
 
 // Shows the message of a stop on standard error when TN_FUZZ_SHOW is set (to see what a reader
@@ -54,5 +58,12 @@ void clean_case();
 
 // The working folder as it stood when the target started; the source tables change it.
 void restore_working_folder();
+
+// Reads every receiver of a result as tracknoise-metrics does: the event metrics of each and, for a
+// grid, the placement of its lattice. Aborts where a metric breaks its invariants (T positive when
+// in range, times above never negative). `whole`: every receiver handed out must also be computed,
+// with one point per trajectory point, and a grid's receivers must be named by their lattice
+// position (a form that holds only whole receivers).
+void read_history_source(tn::HistorySource& r, bool whole);
 
 }  // namespace tnfuzz
