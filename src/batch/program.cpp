@@ -1,5 +1,7 @@
 #include "batch/program.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -42,6 +44,12 @@ int default_threads() {
 }
 
 }  // namespace
+
+void keep_freed_heap() {
+#ifdef M_TRIM_THRESHOLD
+    mallopt(M_TRIM_THRESHOLD, 64 << 20);
+#endif
+}
 
 std::string program_and_version() { return std::string("tracknoise ") + TN_VERSION; }
 
@@ -120,7 +128,10 @@ int run_program(const std::vector<std::string>& args, std::ostream& out, std::os
 
     Session s(out);
     s.threads = threads;
-    s.warnings = &err;
+    // Warnings are the writing process's: other processes of a spread run repeat its set-up, and
+    // their own view of a run (no receivers emitted there) would only mislead.
+    s.warnings = setting.writes_results ? &err : nullptr;
+    s.program = name;
     s.runner = setting.runner;
     s.writes_results = setting.writes_results;
     // Argument 0 as the 255-character field that holds it.

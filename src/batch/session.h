@@ -45,12 +45,13 @@ struct Session {
 
     std::string run_output;     // the result file a run is writing, while it writes; for messages
     std::ostream* warnings = nullptr;   // standard error in the program; none in tests and fuzzing
+    std::string program = "tracknoise";   // the name that begins messages and warnings
 };
 
-// One warning line on the warning stream: "tracknoise: warning: " and the text. The run goes on;
+// One warning line on the warning stream: "tracknoise: warning: " (the program's name) and the text. The run goes on;
 // standard output, the console of the system, is not touched.
 inline void warn(Session& s, const std::string& text) {
-    if (s.warnings) *s.warnings << "tracknoise: warning: " << text << '\n' << std::flush;
+    if (s.warnings) *s.warnings << s.program << ": warning: " << text << '\n' << std::flush;
 }
 
 }  // namespace tn

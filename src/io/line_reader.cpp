@@ -2,21 +2,22 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include "io/errors.h"
+#include "io/files.h"
 
 namespace tn {
 
 LineReader::LineReader(const std::string& path, std::size_t block, std::size_t max_line)
     : name_(path), buf_(block < 4096 ? 4096 : block), max_line_(max_line) {
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) {
-        throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
+    const int fd = open_input_file(path);   // a regular file only, as every reader of input takes it
+    f_ = ::fdopen(fd, "rb");
+    if (!f_) {
+        const int e = errno;
+        ::close(fd);
+        throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(e));
     }
-    if (S_ISDIR(st.st_mode)) throw file_error(path, 0, "cannot open the file: it is a folder, a file was expected");
-    f_ = std::fopen(path.c_str(), "rb");
-    if (!f_) throw file_error(path, 0, std::string("cannot open the file: ") + std::strerror(errno));
     std::setvbuf(f_, nullptr, _IONBF, 0);   // the blocks are our buffer
 }
 

@@ -190,6 +190,7 @@ void end_on_worker(Comm& comm, int rc, const std::string& err, bool stopped) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    tn::keep_freed_heap();
     int provided = 0;
     MPI_Init_thread(&argc, &argv, MPI_THREAD_FUNNELED, &provided);
     const double started = MPI_Wtime();

@@ -136,7 +136,7 @@ bool load_terrain(const std::string& file, Terrain& t, std::vector<std::string>&
     return std::isfinite(t.e0 + t.eu + t.ev + t.n0 + t.nu + t.nv);
 }
 
-// GDAL's hillshade (lit from four directions) of nx by ny heights with pixels of du by dv metres.
+// GDAL's hillshade (its default light, from the north-west at 45 degrees) of nx by ny heights with pixels of du by dv metres.
 std::vector<unsigned char> hillshade(const std::vector<float>& z, int nx, int ny, double du, double dv) {
     std::vector<unsigned char> out;
     GDALDatasetH src = GDALCreate(GDALGetDriverByName("MEM"), "", nx, ny, 1, GDT_Float32, nullptr);
@@ -168,7 +168,9 @@ std::vector<unsigned char> hillshade(const std::vector<float>& z, int nx, int ny
 // brighten it a little.
 void draw_hillshade(cairo_t* cr, Terrain t, const MapFrame& f) {
     // A terrain finer than the picture is averaged over blocks of k by k nodes first.
-    const int k = static_cast<int>(std::floor(1.0 / (std::min(std::hypot(t.eu, t.nu), std::hypot(t.ev, t.nv)) * f.scale)));
+    // (A spacing of 0 gives an infinite k, held to a size that leaves no block.)
+    const double q = std::floor(1.0 / (std::min(std::hypot(t.eu, t.nu), std::hypot(t.ev, t.nv)) * f.scale));
+    const int k = q > 1.0 ? static_cast<int>(std::min(q, 1.0e9)) : 1;
     if (k > 1) {
         const int mx = t.nx / k, my = t.ny / k;
         if (mx < 2 || my < 2) return;

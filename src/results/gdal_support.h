@@ -11,12 +11,12 @@ namespace tn {
 // dropped. Safe to call more than once.
 void gdal_start(const char* program = "tracknoise-metrics");
 
-// The stop after a GDAL call failed: "NAME: what: GDAL's message".
 // The options of GDAL's contour generator for levels written as "L1,L2,...": filled bands (the
 // fields 0 and 1 take each band's lower and upper level) or lines (field 0 takes the level), and
 // the no-data value when `nodata` is not null. The caller frees them with CSLDestroy.
 char** contour_options(const std::string& fixed_levels, const char* nodata, bool filled);
 
+// The stop after a GDAL call failed: "NAME: what: GDAL's message".
 [[noreturn]] void gdal_failure(const std::string& name, const std::string& what);
 
 }  // namespace tn

@@ -50,7 +50,6 @@ double shares(const std::vector<HistoryPoint>& points, std::vector<double>& dt) 
 
 }  // namespace
 
-void time_shares(const std::vector<HistoryPoint>& points, std::vector<double>& dt) { shares(points, dt); }
 
 void event_metrics(const ReceiverHistory& h, const EventOptions& o, std::vector<double>& dt, EventMetrics& m) {
     m.in_range = false;

@@ -53,9 +53,6 @@ struct EventMetrics {
     std::vector<double> SELband;             // one per requested band
 };
 
-// The time share of each point of `points`, s (NaN for a point left out), into dt.
-void time_shares(const std::vector<HistoryPoint>& points, std::vector<double>& dt);
-
 // The metrics of one receiver. `dt` is working storage (reused between receivers).
 void event_metrics(const ReceiverHistory& h, const EventOptions& o, std::vector<double>& dt, EventMetrics& m);
 
